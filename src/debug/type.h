@@ -1,0 +1,38 @@
+// Type strings, the look-up of names from a place in the tree, comparison of types and the table built on it, and the
+// readable print of the tree.
+#pragma once
+
+#include "debug/tree.h"
+
+namespace tavrel {
+
+// Parses a type string as the SDB text spells it, in the current scope; null if it gives no type. May add nodes for
+// forward references. Needs a machine. Complaints go to standard error as plain lines.
+type_t parse_type(run_t& run, text_t text);
+
+// The node that a name means at a place: the search goes from the cursor's block outwards.
+dsym_t* find_type_name(text_t name, scope_cursor_t cursor);
+
+// A type position's hash; equal types have equal hashes. Raises 623 for a part of unknown kind.
+uint32_t type_hash(run_t& run, type_t position);
+// False when the types are equal. Raises 624 for a part of unknown kind.
+bool type_differs(run_t& run, type_t a, type_t b);
+// Two structs of different modules are the same type if their shapes agree.
+bool same_struct(run_t& run, dsym_t* a, dsym_t* b);
+
+// From a type position to a number; equal types are one key, the first entry of a key stays.
+struct type_map_t {
+    run_t* run;
+    std::unordered_map<uint64_t, std::vector<std::pair<type_t, uint32_t>>> buckets; // by a finer hash than type_hash
+};
+type_map_t type_map_new(run_t& run);
+bool type_map_add(type_map_t& map, type_t position, uint32_t value); // true if added
+uint32_t* type_map_find(type_map_t& map, type_t position);           // the value, null if absent
+void type_map_clear(type_map_t& map);
+
+// The type's readable text, appended.
+void print_type(run_t& run, std::string& out, type_t type);
+// Prints the tree on standard error; nothing where there is none.
+void dump_tree(run_t& run);
+
+} // namespace tavrel
