@@ -1,5 +1,7 @@
 #include "common/alert.h"
 
+#include <utility>
+
 namespace tavrel {
 namespace {
 
