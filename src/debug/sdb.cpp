@@ -172,7 +172,7 @@ void apply_location(sdb_reader_t& reader, variable_record_t& record, text_t toke
         record.place = static_cast<int32_t>(row);
     } else if (record.sclass == SC_STATIC && begins_with(record.name, 'F') && is_letter(token[0])) {
         record.asm_name = record.name;
-        record.name = reader.tree.texts.add("_" + std::string(token));
+        record.name = reader.tree.texts.add(std::string(1, '_').append(token));
     } else {
         record.place = static_cast<int32_t>(number_of(token.substr(token[0] == '@' ? 1 : 0)));
     }

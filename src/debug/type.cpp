@@ -240,7 +240,7 @@ type_t apply_wrapper(run_t& run, type_scanner_t& scanner, type_t type) {
 } // namespace
 
 dsym_t* find_type_name(text_t name, scope_cursor_t cursor) {
-    const std::string with_underscore = "_" + std::string(name);
+    const std::string with_underscore = std::string(1, '_').append(name);
     while (cursor.block != nullptr) {
         const scope_t& scope = *cursor.block->scope;
         if (dsym_t* node = first_in_chain(scope, name, with_underscore); node != nullptr) {
