@@ -161,18 +161,18 @@ coff_typed_t type_word(coff_writer_t& writer, type_t type, dsym_t*& waits_for) {
     return typed;
 }
 
-void add_bit_field(coff_writer_t& writer, coff_symbol_t& symbol, const field_t& field) {
+void add_bit_field(coff_writer_t& writer, coff_out_symbol_t& symbol, const field_t& field) {
     symbol.value = field.bit_offset + 8 * field.offset;
     symbol.type = T_UCHAR;
     symbol.sclass = C_FIELD;
     symbol.numaux = 1;
     add_coff_symbol(writer, symbol);
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.size = field.bit_width & 0xFFFF;
     add_coff_aux(writer, aux);
 }
 
-void add_member(coff_writer_t& writer, coff_symbol_t& symbol, const field_t& field) {
+void add_member(coff_writer_t& writer, coff_out_symbol_t& symbol, const field_t& field) {
     dsym_t* waits_for = nullptr;
     const coff_typed_t typed = type_word(writer, field.type, waits_for);
     symbol.value = field.offset;
@@ -191,9 +191,9 @@ void add_member(coff_writer_t& writer, coff_symbol_t& symbol, const field_t& fie
 // The tag of one struct, its members and its end.
 void emit_tag(coff_writer_t& writer, type_t position) {
     const struct_t& structure = *position->node->structure;
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.size = structure.size & 0xFFFF;
-    coff_symbol_t tag;
+    coff_out_symbol_t tag;
     set_coff_name(writer, tag.name.data(), structure.tag);
     tag.scnum = writer.rules.tag_scnum;
     tag.sclass = C_STRTAG;
@@ -202,7 +202,7 @@ void emit_tag(coff_writer_t& writer, type_t position) {
     const uint32_t tag_aux = add_coff_aux(writer, aux);
     add_tag(writer, position, index);
     for (const field_t& field : structure.fields) {
-        coff_symbol_t symbol;
+        coff_out_symbol_t symbol;
         set_coff_name(writer, symbol.name.data(), field.name);
         symbol.scnum = writer.rules.tag_scnum;
         if (field.bit_width != 0) {
@@ -211,7 +211,7 @@ void emit_tag(coff_writer_t& writer, type_t position) {
             add_member(writer, symbol, field);
         }
     }
-    coff_symbol_t end = coff_mark(writer, ".eos", C_EOS, 0, writer.rules.eos_scnum);
+    coff_out_symbol_t end = coff_mark(writer, ".eos", C_EOS, 0, writer.rules.eos_scnum);
     end.numaux = 1;
     add_coff_symbol(writer, end);
     aux.tagndx = index;

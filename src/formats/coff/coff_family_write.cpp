@@ -18,7 +18,7 @@ uint32_t low16(uint32_t value) { return value & 0xFFFF; }
 
 // ---- headers
 
-void put_file_header(run_t& run, output_t& out, const coff_file_header_t& header) {
+void put_file_header(run_t& run, output_t& out, const coff_out_header_t& header) {
     seek(out, 0);
     put8(out, header.magic >> 8);
     put8(out, header.magic & 0xFF);
@@ -30,7 +30,7 @@ void put_file_header(run_t& run, output_t& out, const coff_file_header_t& header
     put16(out, header.flags);
 }
 
-void put_section_header(output_t& out, const coff_section_t& section) {
+void put_section_header(output_t& out, const coff_out_section_t& section) {
     put_bytes(out, section.name.data(), section.name.size());
     put32(out, section.paddr);
     put32(out, section.vaddr);
@@ -66,7 +66,7 @@ coff_writer_t::coff_writer_t(run_t& of_run, output_t& to, text_t output_name, co
     }
 }
 
-uint32_t coff_string(coff_writer_t& writer, text_t text) {
+uint32_t add_coff_string(coff_writer_t& writer, text_t text) {
     coff_strings_t& strings = writer.coff_strings;
     if (const auto known = strings.offsets.find(text); known != strings.offsets.end()) {
         return known->second;
@@ -90,7 +90,7 @@ void set_coff_name(coff_writer_t& writer, uint8_t* field, text_t name) {
         std::memcpy(field, whole.data(), whole.size());
     } else {
         std::memset(field, 0, coff_name_size / 2);
-        write32(field + coff_name_size / 2, coff_string(writer, name), writer.out.big_endian);
+        write32(field + coff_name_size / 2, add_coff_string(writer, name), writer.out.big_endian);
     }
 }
 
@@ -117,7 +117,7 @@ uint32_t add_record(coff_writer_t& writer) {
 
 } // namespace
 
-uint32_t add_coff_symbol(coff_writer_t& writer, const coff_symbol_t& symbol) {
+uint32_t add_coff_symbol(coff_writer_t& writer, const coff_out_symbol_t& symbol) {
     const coff_shape_t& shape = writer.rules.shape;
     const int order = writer.out.big_endian;
     const uint32_t index = add_record(writer);
@@ -135,7 +135,7 @@ uint32_t add_coff_symbol(coff_writer_t& writer, const coff_symbol_t& symbol) {
     return index;
 }
 
-uint32_t add_coff_aux(coff_writer_t& writer, const coff_aux_t& aux) {
+uint32_t add_coff_aux(coff_writer_t& writer, const coff_out_aux_t& aux) {
     const int order = writer.out.big_endian;
     const uint32_t index = add_record(writer);
     uint8_t* const record = record_at(writer, index);
@@ -148,8 +148,8 @@ uint32_t add_coff_aux(coff_writer_t& writer, const coff_aux_t& aux) {
     return index;
 }
 
-coff_symbol_t coff_mark(coff_writer_t& writer, text_t name, uint32_t sclass, uint32_t value, int32_t scnum) {
-    coff_symbol_t mark;
+coff_out_symbol_t coff_mark(coff_writer_t& writer, text_t name, uint32_t sclass, uint32_t value, int32_t scnum) {
+    coff_out_symbol_t mark;
     set_coff_name(writer, mark.name.data(), name);
     mark.value = value;
     mark.scnum = scnum;
@@ -157,11 +157,11 @@ coff_symbol_t coff_mark(coff_writer_t& writer, text_t name, uint32_t sclass, uin
     return mark;
 }
 
-uint32_t add_line_mark(coff_writer_t& writer, const coff_symbol_t& mark, uint32_t line) {
-    coff_symbol_t symbol = mark;
+uint32_t add_line_mark(coff_writer_t& writer, const coff_out_symbol_t& mark, uint32_t line) {
+    coff_out_symbol_t symbol = mark;
     symbol.numaux = 1;
     const uint32_t index = add_coff_symbol(writer, symbol);
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.lnno = line;
     add_coff_aux(writer, aux);
     return index;
@@ -177,8 +177,8 @@ namespace {
 
 // A section named like the segment, with the number of segments of that name before it behind the name if there are
 // any.
-coff_section_t data_section(coff_writer_t& writer, const segment_t& segment, uint32_t namesakes) {
-    coff_section_t section;
+coff_out_section_t data_section(coff_writer_t& writer, const segment_t& segment, uint32_t namesakes) {
+    coff_out_section_t section;
     const std::string name = namesakes == 0 ? std::string(segment.name) : format_text("%s.%d", segment.name, namesakes);
     if (writer.rules.long_section_names) {
         set_coff_name(writer, section.name.data(), name);
@@ -202,7 +202,7 @@ void add_data_sections(coff_writer_t& writer) {
 }
 
 void write_text_section(coff_writer_t& writer, const block_t& block, uint32_t number) {
-    coff_section_t section;
+    coff_out_section_t section;
     const std::string name = format_text("_text%d", number);
     if (writer.rules.long_section_names) {
         set_coff_name(writer, section.name.data(), name);
@@ -225,7 +225,7 @@ uint32_t headers_at(const coff_writer_t& writer) { return coff_file_header_size 
 void write_sections(coff_writer_t& writer) {
     const model_t& model = writer.run.model;
     for (uint32_t k = 0; k < writer.rules.absolute_sections; ++k) {
-        coff_section_t absolute;
+        coff_out_section_t absolute;
         absolute.name = cut_name("ABS");
         absolute.flags = STYP_ABS;
         writer.sections.push_back(absolute);
@@ -370,7 +370,7 @@ void close_coff(coff_writer_t& writer, uint32_t f_flags) {
     seek(out, writer.position);
     put_bytes(out, writer.coff_symbols.data(), writer.coff_symbols.size());
     put_strings(writer);
-    coff_file_header_t header;
+    coff_out_header_t header;
     header.magic = writer.rules.magic;
     header.section_count = static_cast<uint32_t>(writer.sections.size());
     header.symptr = writer.position;
@@ -379,7 +379,7 @@ void close_coff(coff_writer_t& writer, uint32_t f_flags) {
     header.flags = f_flags;
     put_file_header(writer.run, out, header);
     seek(out, headers_at(writer));
-    for (const coff_section_t& section : writer.sections) {
+    for (const coff_out_section_t& section : writer.sections) {
         put_section_header(out, section);
     }
 }

@@ -15,7 +15,7 @@ namespace tavrel {
 
 // ---- headers
 
-struct coff_file_header_t {
+struct coff_out_header_t {
     uint32_t magic = 0; // most significant byte first
     uint32_t section_count = 0;
     uint32_t symptr = 0;
@@ -26,7 +26,7 @@ struct coff_file_header_t {
 
 using coff_name_t = std::array<uint8_t, coff_name_size>;
 
-struct coff_section_t {
+struct coff_out_section_t {
     coff_name_t name = {};
     uint32_t paddr = 0;
     uint32_t vaddr = 0;
@@ -38,9 +38,9 @@ struct coff_section_t {
 };
 
 // At the start of the file, in the order of `out`; `f_timdat` is the present time.
-void put_file_header(run_t& run, output_t& out, const coff_file_header_t& header);
-void put_section_header(output_t& out, const coff_section_t& section); // at the position
-coff_name_t cut_name(text_t name);                                     // the first eight characters
+void put_file_header(run_t& run, output_t& out, const coff_out_header_t& header);
+void put_section_header(output_t& out, const coff_out_section_t& section); // at the position
+coff_name_t cut_name(text_t name);                                         // the first eight characters
 
 // ---- the writers of Microchip and plain COFF
 
@@ -63,7 +63,7 @@ struct coff_rules_t {
     uint32_t ram_unit; // bytes of a data address
 };
 
-struct coff_symbol_t {
+struct coff_out_symbol_t {
     coff_name_t name = {};
     uint32_t value = 0;
     int32_t scnum = 0; // the low 16 bits are written
@@ -73,7 +73,7 @@ struct coff_symbol_t {
 };
 
 // An auxiliary record of a tag, member, variable, block or function; `x_endndx` is set once known (set_record32).
-struct coff_aux_t {
+struct coff_out_aux_t {
     uint32_t tagndx = 0;
     uint32_t lnno = 0;
     uint32_t size = 0;
@@ -83,7 +83,7 @@ struct coff_aux_t {
 struct coff_typed_t {
     uint32_t word = 0;
     bool has_aux = false;
-    coff_aux_t aux;
+    coff_out_aux_t aux;
 };
 
 // The string table: each text once, in order of arrival. Offsets count from the start of the table, its size included.
@@ -122,7 +122,7 @@ struct coff_writer_t {
     std::unordered_map<dsym_t*, std::vector<uint32_t>> coff_pending; // records that wait for a struct's tag index
     std::unordered_map<type_t, coff_typed_t> type_words;             // of some positions of long types, without tags
 
-    std::vector<coff_section_t> sections;
+    std::vector<coff_out_section_t> sections;
     uint32_t first_text = 0;          // position of the first block's section
     std::vector<uint32_t> code_count; // code segments among the first n segments
     std::vector<uint8_t> code_space;  // by segment index: its name is that of a code space
@@ -135,20 +135,20 @@ struct coff_writer_t {
 };
 
 // The offset of a text in the string table; a new one is appended.
-uint32_t coff_string(coff_writer_t& writer, text_t text);
+uint32_t add_coff_string(coff_writer_t& writer, text_t text);
 // Stores a name in a record: up to eight characters in place, a longer one in the string table. None gives ".u%d".
 void set_coff_name(coff_writer_t& writer, uint8_t* field, text_t name);
 
 uint32_t symbol_count(const coff_writer_t& writer);
 // Both give the record's symbol index.
-uint32_t add_coff_symbol(coff_writer_t& writer, const coff_symbol_t& symbol);
-uint32_t add_coff_aux(coff_writer_t& writer, const coff_aux_t& aux);
+uint32_t add_coff_symbol(coff_writer_t& writer, const coff_out_symbol_t& symbol);
+uint32_t add_coff_aux(coff_writer_t& writer, const coff_out_aux_t& aux);
 uint8_t* record_at(coff_writer_t& writer, uint32_t index);
 void set_record32(coff_writer_t& writer, uint32_t index, uint32_t at, uint32_t value);
 // A symbol with a name of its own and without a type: `.bb` and its like.
-coff_symbol_t coff_mark(coff_writer_t& writer, text_t name, uint32_t sclass, uint32_t value, int32_t scnum);
+coff_out_symbol_t coff_mark(coff_writer_t& writer, text_t name, uint32_t sclass, uint32_t value, int32_t scnum);
 // A mark and an auxiliary record that holds a line; gives the index of the symbol.
-uint32_t add_line_mark(coff_writer_t& writer, const coff_symbol_t& mark, uint32_t line);
+uint32_t add_line_mark(coff_writer_t& writer, const coff_out_symbol_t& mark, uint32_t line);
 
 // The type word and auxiliary record of a variable, with all tags that they need emitted before.
 coff_typed_t coff_type_of(coff_writer_t& writer, type_t type);

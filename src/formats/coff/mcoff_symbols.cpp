@@ -70,11 +70,11 @@ void settle_name_of(mcoff_writer_t& writer, const dsym_t* node) {
 }
 
 void add_bit_member(mcoff_writer_t& writer, text_t name, uint32_t position, uint32_t width) {
-    coff_symbol_t member = coff_mark(writer.coff, name, C_FIELD, position, N_DEBUG);
+    coff_out_symbol_t member = coff_mark(writer.coff, name, C_FIELD, position, N_DEBUG);
     member.type = T_UCHAR;
     member.numaux = 1;
     add_coff_symbol(writer.coff, member);
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.size = width;
     add_coff_aux(writer.coff, aux);
 }
@@ -96,10 +96,10 @@ void open_holder(mcoff_writer_t& writer, bit_holder_t& holder, uint32_t byte) {
     holder.number += 1;
     holder.byte = byte;
     holder.position = 0;
-    coff_symbol_t tag = coff_mark(writer.coff, {}, C_STRTAG, 0, N_DEBUG);
+    coff_out_symbol_t tag = coff_mark(writer.coff, {}, C_STRTAG, 0, N_DEBUG);
     tag.numaux = 1;
     holder.tag = add_coff_symbol(writer.coff, tag);
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.size = writer.coff.rules.ram_unit;
     add_coff_aux(writer.coff, aux);
 }
@@ -115,14 +115,14 @@ std::string holder_name(const run_t& run, const bit_holder_t& holder) {
 // Ends the structure, and adds the variable that lies over the byte.
 void close_holder(mcoff_writer_t& writer, const bit_holder_t& holder) {
     coff_writer_t& coff = writer.coff;
-    coff_aux_t aux;
+    coff_out_aux_t aux;
     aux.tagndx = holder.tag;
     aux.size = coff.rules.ram_unit;
-    coff_symbol_t end = coff_mark(coff, ".eos", C_EOS, 0, N_ABS);
+    coff_out_symbol_t end = coff_mark(coff, ".eos", C_EOS, 0, N_ABS);
     end.numaux = 1;
     add_coff_symbol(coff, end);
     set_record32(coff, holder.tag + 1, coff_at::x_endndx, add_coff_aux(coff, aux));
-    coff_symbol_t variable = coff_mark(coff, holder_name(coff.run, holder), C_EXT, holder.byte, 1);
+    coff_out_symbol_t variable = coff_mark(coff, holder_name(coff.run, holder), C_EXT, holder.byte, 1);
     variable.type = T_STRUCT;
     variable.numaux = 1;
     add_coff_symbol(coff, variable);
@@ -188,18 +188,18 @@ bool is_empty_array(const coff_typed_t& typed) {
 }
 
 // The symbol of a variable with its tags in front; the caller adds it. The name comes first in the string table.
-coff_symbol_t variable_symbol(mcoff_writer_t& writer, const dsym_t& node, const location_t& location, uint32_t sclass,
-                              coff_typed_t& typed) {
+coff_out_symbol_t variable_symbol(mcoff_writer_t& writer, const dsym_t& node, const location_t& location,
+                                  uint32_t sclass, coff_typed_t& typed) {
     coff_writer_t& coff = writer.coff;
-    coff_symbol_t symbol = coff_mark(coff, shown_name(coff.run, node.name), sclass, location.value,
-                                     static_cast<int32_t>(section_of(coff, location)));
+    coff_out_symbol_t symbol = coff_mark(coff, shown_name(coff.run, node.name), sclass, location.value,
+                                         static_cast<int32_t>(section_of(coff, location)));
     typed = coff_type_of(coff, node.variable->type);
     symbol.type = float_rule(typed.word, node.variable->var_size);
     symbol.numaux = typed.has_aux ? 1 : 0;
     return symbol;
 }
 
-uint32_t add_with_aux(coff_writer_t& coff, const coff_symbol_t& symbol, const coff_typed_t& typed) {
+uint32_t add_with_aux(coff_writer_t& coff, const coff_out_symbol_t& symbol, const coff_typed_t& typed) {
     const uint32_t index = add_coff_symbol(coff, symbol);
     if (typed.has_aux) {
         add_coff_aux(coff, typed.aux);
@@ -223,7 +223,7 @@ void add_global(mcoff_writer_t& writer, dsym_t* node, const location_t& location
         return;
     }
     coff_typed_t typed;
-    const coff_symbol_t symbol = variable_symbol(writer, *node, location, global_class(*node), typed);
+    const coff_out_symbol_t symbol = variable_symbol(writer, *node, location, global_class(*node), typed);
     if (!before_body || !is_empty_array(typed)) {
         node->writer_entry = add_with_aux(coff, symbol, typed);
     }
@@ -250,7 +250,7 @@ void coff_local(mcoff_writer_t& writer, dsym_t* scope, uint32_t position) {
     }
     coff_typed_t typed;
     const uint32_t sclass = node->sclass == SC_REG ? C_REG : C_STAT;
-    const coff_symbol_t symbol = variable_symbol(writer, *node, location, sclass, typed);
+    const coff_out_symbol_t symbol = variable_symbol(writer, *node, location, sclass, typed);
     add_with_aux(writer.coff, symbol, typed);
 }
 
@@ -370,7 +370,7 @@ void coff_end_of_file(mcoff_writer_t& writer) {
 
 void coff_file_entry(mcoff_writer_t& writer, text_t name) {
     coff_writer_t& coff = writer.coff;
-    coff_symbol_t entry = coff_mark(coff, ".file", C_FILE, 0, 0);
+    coff_out_symbol_t entry = coff_mark(coff, ".file", C_FILE, 0, 0);
     entry.numaux = 1;
     const uint32_t index = add_coff_symbol(coff, entry);
     if (file_t* const file = find_file(coff.run.model, name); file != nullptr) {
@@ -378,7 +378,7 @@ void coff_file_entry(mcoff_writer_t& writer, text_t name) {
     }
     std::string path = apply_pathspec(coff.run, name);
     std::replace(path.begin(), path.end(), '/', '\\');
-    const uint32_t offset = coff_string(coff, path);
+    const uint32_t offset = add_coff_string(coff, path);
     set_record32(coff, add_coff_aux(coff, {}), coff_at::x_offset, offset);
 }
 
