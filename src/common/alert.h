@@ -2,16 +2,17 @@
 // file, so the same call may be a fatal error, an error, a warning or a plain message. Fatal messages end the run from
 // within (end_of_run_t). A number without a description is an error with a fixed text.
 //
-// Only what every user of messages needs stands here; description files are in alert_file.h.
+// Only what every user of messages needs stands here; description files are in alert_file.h, the numbers and arguments
+// of all messages in message_numbers.h.
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "common/host.h"
+#include "common/installation.h"
 #include "common/print.h"
 
 namespace tavrel {
@@ -29,9 +30,9 @@ enum msg_kind_t : uint8_t {
     MSG_WARNING = 4,
 };
 
-// One described message.
+// One described message; its number is its place in the table.
 struct msg_t {
-    uint32_t number = 0;
+    bool described = false; // false: no line of the file names this number
     msg_kind_t kind = MSG_UNKNOWN;
     int level = 0; // of a warning
     std::string text;
@@ -46,6 +47,8 @@ struct messages_t {
     sink_t sink;         // standard error, or the file of `-efile`
     std::string context; // name of the first input, in front of each line
     bool has_context = false;
+    // Where in it: a line number, and a column counter with the value that it had at the line's start. Null if unknown.
+    const int *line = nullptr, *column_base = nullptr, *column = nullptr;
     int msg_style = 0;  // 0: the built-in look; else the format strings
     int warn_level = 0; // warnings of a lower level are not shown
     bool warn_as_error = false;
@@ -54,21 +57,23 @@ struct messages_t {
     uint32_t warning_count = 0;
     int system_error = 0; // of the last failed open, for %m
     // What the first message sets up.
-    bool initialised = false;
-    bool table_loaded = false;
-    bool table_given = false; // by --edf=
-    bool fallback_tried = false;
+    bool initialised = false;    // a description file has been looked for
+    bool formats_read = false;   // the format strings stand
+    bool table_loaded = false;   // until then each message looks for a description file again
+    bool fallback_tried = false; // the English file has been looked for
     std::string error_format, warning_format, message_format;
-    std::vector<msg_t> msg_table;       // by number; number 0 where there is none
+    std::vector<msg_t> msg_table;       // by number
     std::vector<msg_t> msg_fallback;    // the English file
     std::vector<uint8_t> msg_overrides; // by number: 1 hides warnings and plain messages, 4 all but fatal ones
+    installation_t installation;        // where the description files lie
 };
 
-// Raises message `number`. Ends the run by end_of_run_t if the message is fatal or one error too many.
+// Raises message `number`: an error with a fixed text if nothing describes it. Ends the run by end_of_run_t if the
+// message is fatal or one error too many.
 void alert_list(messages_t& messages, uint32_t number, std::span<const print_arg_t> args);
 
 // Raises a message with no number. The severity begins with F, E or M (either case); any other letter looks like a
-// warning and counts nowhere; a number in front is its level. Gives whether it was shown.
+// warning and counts nowhere; a number at the beginning is its level, 10 without one. Gives whether it was shown.
 bool alert_text_list(messages_t& messages, text_t severity, text_t format, std::span<const print_arg_t> args);
 
 // Text on standard error as it stands, at once.
@@ -76,9 +81,20 @@ void error_print_text(messages_t& messages, text_t text);
 
 int set_warning_level(messages_t& messages, int level);         // gives the level before
 uint32_t set_error_limit(messages_t& messages, uint32_t limit); // gives the limit before
-void set_context(messages_t& messages, text_t name);
-bool load_description_file(messages_t& messages, const std::string* path); // null: the default path
+
+// Where the input stands; no name and null pointers mean unknown. The pointers are read when a message is shown.
+void set_context(messages_t& messages, text_t name, const int* line = nullptr, const int* column_base = nullptr,
+                 const int* column = nullptr);
+
+// Replaces the table by the file's lines; null is the file of the environment (NVS_ERR_FILE, else the default path).
+// False if it cannot be opened: the table stays, and `system_error` tells why.
+bool load_description_file(messages_t& messages, const std::string* path);
+
+// The list of --msgdisable=: `0` (and whatever follows) hides all warnings that the table knows; else numbers between
+// commas, hidden unless they are errors, with ":off" behind them also then. Nothing hides a fatal message.
 void disable_messages(messages_t& messages, text_t list);
+
+// 1 if errors were counted, or warnings while these count as errors; else 0.
 int exit_status(const messages_t& messages);
 
 } // namespace tavrel

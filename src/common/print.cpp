@@ -224,18 +224,20 @@ void put_conversion(std::string& out, conversion_t spec, arg_reader_t& reader) {
 
 } // namespace
 
-void print_list(std::string& out, text_t format, std::span<const print_arg_t> args) {
+void print_list(std::string& out, text_t format, std::span<const print_arg_t> args, size_t limit) {
     arg_reader_t reader{args};
+    const size_t end = limit < out.max_size() - out.size() ? out.size() + limit : out.max_size();
     size_t at = 0;
-    while (at < format.size()) {
-        const size_t percent = format.find('%', at);
-        if (percent == text_t::npos) {
-            out.append(format.substr(at));
-            return;
-        }
+    while (at < format.size() && out.size() < end) {
+        const size_t percent = std::min(format.find('%', at), format.size());
         out.append(format.substr(at, percent - at));
         at = percent + 1;
-        put_conversion(out, read_conversion(format, at, reader), reader);
+        if (percent < format.size()) {
+            put_conversion(out, read_conversion(format, at, reader), reader);
+        }
+    }
+    if (out.size() > end) {
+        out.resize(end);
     }
 }
 

@@ -39,8 +39,8 @@ struct print_arg_t {
     print_arg_t(const char* value) : is_text(true), text(value == nullptr ? text_t() : text_t(value)) {}
 };
 
-// Appends the formatted text to `out`.
-void print_list(std::string& out, text_t format, std::span<const print_arg_t> args);
+// Appends the formatted text to `out`, cut at `limit` characters.
+void print_list(std::string& out, text_t format, std::span<const print_arg_t> args, size_t limit = SIZE_MAX);
 
 template <class... A>
 void print(std::string& out, text_t format, const A&... args) {

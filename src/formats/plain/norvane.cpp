@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "common/scan.h"
 #include "debug/sdb.h"
 
 namespace tavrel {
@@ -52,37 +53,6 @@ fields_t split(text_t line) {
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-// Reads a number in the manner of scanf: white space, a sign, digits (behind "0x" for hexadecimal); what follows is not
-// looked at. The value wraps at 32 bits beyond ULONG_MAX's saturation; without digits it stays as it is.
-void scan(text_t text, uint32_t base, uint32_t& value) {
-    size_t at = 0;
-    while (at < text.size() && is_space(text[at])) {
-        ++at;
-    }
-    const bool negative = at < text.size() && text[at] == '-';
-    if (at < text.size() && (text[at] == '-' || text[at] == '+')) {
-        ++at;
-    }
-    if (base == 16 && at + 1 < text.size() && text[at] == '0' && (text[at + 1] | 0x20) == 'x') {
-        if (hex_digit(text, at + 2) > 15) {
-            return;
-        }
-        at += 2;
-    }
-    const size_t first = at;
-    uint64_t result = 0;
-    for (uint32_t digit; (digit = hex_digit(text, at)) < base; ++at) {
-        result = std::min<uint64_t>(result * base + digit, uint64_t(1) << 32);
-    }
-    if (at == first) {
-        return;
-    }
-    const auto held = static_cast<uint32_t>(std::min<uint64_t>(result, UINT32_MAX));
-    value = negative && result <= UINT32_MAX ? 0 - held : held;
-}
-
 // A line with its newline off, and a carriage return in front of that.
 text_t drop_line_end(text_t line) {
     line.remove_suffix(1);
@@ -122,12 +92,12 @@ uint32_t segment_of(model_t& model, const fields_t& fields) {
 }
 
 void read_segment(norvane_reader_t& reader, const fields_t& fields, uint32_t space) {
-    scan(fields.at[1], 16, reader.address);
+    scan_number(fields.at[1], 16, reader.address);
     if (fields.count > 2) {
-        scan(fields.at[2], 16, reader.high);
+        scan_number(fields.at[2], 16, reader.high);
     }
     if (fields.count > 4) {
-        scan(fields.at[4], 16, reader.load);
+        scan_number(fields.at[4], 16, reader.load);
     } else {
         reader.load = reader.address;
     }
@@ -155,9 +125,9 @@ void read_class_symbol(model_t& model, text_t name, uint32_t value) {
 void read_symbol(norvane_reader_t& reader, const fields_t& fields, uint32_t segment) {
     model_t& model = reader.run.model;
     const text_t name = fields.at[0];
-    scan(fields.at[1], 16, reader.address);
+    scan_number(fields.at[1], 16, reader.address);
     if (is_digit(name[0])) {
-        scan(name, 10, reader.number);
+        scan_number(name, 10, reader.number);
         add_line(model, reader.number, reader.address, segment, reader.file, line_entry_flags);
     } else if (is_class_symbol(name)) {
         read_class_symbol(model, name, reader.address);
