@@ -97,7 +97,7 @@ TEST(ihex, reads_bases_and_refuses_what_does_not_add_up) {
     const case_t cases[] = {
         {":020000040001F9\n:0100100041AE\n:00000001FF\n", 0, "S20501001041A8\n"},
         {":020000021000EC\n:0100100041AE\n",              0, "S20501001041A8\n"},
-        {":0100000041BE\r\n:0100010042BC\r\n",            0, "S10500004142 \n" },
+        {":0100000041BE\r\n:0100010042BC\r\n",            0, "S1050000414277\n"},
         {":0100000041BE\n\n:0100010042BC\n",              1, "S104000041BA\n"  }, // 635: a line without a colon
         {":0100000041BF\n:0100010042BC\n",                1, "S104000041BA\n"  }, // 636: the block before its checksum stays
         {":0400000500001234B1\n:0100000041BE\n",          0, "S104000041BA\n"  },
@@ -106,11 +106,7 @@ TEST(ihex, reads_bases_and_refuses_what_does_not_add_up) {
         {"",                                              0, ""                },
     };
     for (const case_t& c : cases) {
-        std::string expected = c.srec;
-        if (const size_t at = expected.find(' '); at != std::string::npos) {
-            expected.replace(at, 1, "77"); // 5 + 0x41 + 0x42 = 0x88
-        }
-        EXPECT_EQ(converted(c.text, {"-iihex"}, "s19", c.status), expected) << c.text;
+        EXPECT_EQ(converted(c.text, {"-iihex"}, "s19", c.status), c.srec) << c.text;
     }
 }
 
@@ -126,20 +122,17 @@ TEST(ihex, writes_extended_addresses_where_the_upper_half_changes) {
 }
 
 TEST(s19, chooses_the_record_by_the_address) {
-    std::string hex = ":10FFF00000000000000000000000000000000000F1\n" // wrong sums are for the reader, these are right
-                      ":020000040001F9\n:0100000000FF\n:0200000401 00F9\n";
-    hex = ":10FFF000000000000000000000000000000000000" + std::string("1\n") +
-          ":020000040001F9\n:0100000000FF\n"
-          ":020000040100F9\n:0100000000FF\n";
-    EXPECT_EQ(converted(hex, {}, "s19"),
-              "S113FFF000000000000000000000000000000000FD\nS2050100000" + std::string("0F9\n") + "S306010000000 0F8\n");
+    EXPECT_EQ(converted(":10FFF00000000000000000000000000000000000" // sixteen bytes up to the border
+                        "01\n:020000040001F9\n:0100000000FF\n:020000040100F9\n:0100000000FF\n",
+                        {}, "s19"),
+              "S113FFF000000000000000000000000000000000FD\nS20501000000F9\nS3060100000000F8\n");
 }
 
 TEST(s19, reads_without_testing_checksums) {
     EXPECT_EQ(converted("S00600004844521B\nS10400004100\nS9030000FC\nS10400014200\n", {}, "titxt"),
               "@0000\n41 \nq\n\n");
     EXPECT_EQ(converted("S1020000\n", {}, "titxt"), "q\n\n"); // a count below what the address needs
-    EXPECT_EQ(converted("S30601000000 FF\n", {"-is19"}, "titxt"), "@1000000\nFF \nq\n\n");
+    EXPECT_EQ(converted("S30601000000FF\n", {"-is19"}, "titxt"), "@1000000\nFF \nq\n\n");
 }
 
 TEST(titxt, dump_and_probe) {
