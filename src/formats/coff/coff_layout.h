@@ -8,6 +8,19 @@ namespace tavrel {
 
 constexpr uint32_t coff_optional_size = 28; // an AOUT header, known to the dump alone
 
+namespace coff_aout_at {
+
+constexpr uint32_t magic = 0;      // 2
+constexpr uint32_t version = 2;    // 2
+constexpr uint32_t text_size = 4;  // 4
+constexpr uint32_t data_size = 8;  // 4, initialised data
+constexpr uint32_t bss_size = 12;  // 4, uninitialised data
+constexpr uint32_t entry = 16;     // 4
+constexpr uint32_t text_base = 20; // 4
+constexpr uint32_t data_base = 24; // 4
+
+} // namespace coff_aout_at
+
 namespace coff_line_at {
 
 constexpr uint32_t l_addr = 0; // 4, an address; where l_line is 0 the symbol index of a function
@@ -51,5 +64,6 @@ constexpr coff_row_t coff_rows[] = {
 };
 
 constexpr uint32_t coff_magic_pic30 = 0x3612; // its rows have habits of their own
+constexpr uint32_t coff_magic_pic12 = 0x3412; // files of these two may have an AOUT header
 
 } // namespace tavrel
