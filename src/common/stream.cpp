@@ -227,8 +227,8 @@ void put_zeros(output_t& out, size_t count) {
     out.position += count;
 }
 
-void output_note(output_t& out, uint64_t from, uint64_t to, uint32_t message) {
-    out.pieces.push_back({from, to, message});
+void output_note(output_t& out, uint64_t from, uint64_t to, uint32_t message, text_t part) {
+    out.pieces.push_back({from, to, message, std::string(part)});
 }
 
 // ---- printer_t

@@ -96,6 +96,7 @@ struct output_t {
     struct piece_t {
         uint64_t from, to;
         uint32_t message;
+        std::string part; // first argument of the message, in front of the file's name; empty for none
     };
     std::string bytes;
     size_t position = 0;
@@ -112,8 +113,9 @@ void put32(output_t& out, uint32_t value);
 void put64(output_t& out, uint64_t value);
 void put_zeros(output_t& out, size_t count);
 
-// Says which message tells that the file ended inside [from, to); 413 tells it elsewhere.
-void output_note(output_t& out, uint64_t from, uint64_t to, uint32_t message);
+// Says which message tells that the file ended inside [from, to); 413 tells it elsewhere. The message's arguments are
+// `part`, if it is given, and the file's name.
+void output_note(output_t& out, uint64_t from, uint64_t to, uint32_t message, text_t part = {});
 
 // Formatted text at the position.
 template <class... A>

@@ -54,6 +54,7 @@ struct tpart_t {
     const tpart_t* base = nullptr;  // the innermost part, the part itself where there is none inside
     dsym_t* node = nullptr;         // struct, enum: the node
     text_t text;                    // the piece of type string that made the part
+    mutable uint64_t shape = 0;     // hash of the parts from here inwards, 0 until a comparison needed it
 };
 
 using type_t = const tpart_t*;
@@ -119,12 +120,15 @@ struct scope_t {
     dsym_t* func = nullptr;       // SC_FUNC: the variable node of the function, may be null
     dsym_t* parent = nullptr;
     uint32_t parent_index = 0; // members of the parent when this scope was opened
-    // Members by exact name, with positions in `members` ascending; see scope_index.
+    // Members by exact name. Variable, struct and enum nodes are hashed: look-ups by name see them; modules and
+    // filename nodes are not.
+    static constexpr uint32_t no_position = UINT32_MAX;
     struct named_t {
-        uint32_t position;
-        bool hashed; // variable, struct and enum nodes; modules and filename nodes are not
+        uint32_t first_hashed = no_position;
+        uint32_t last_hashed = no_position;
+        std::vector<uint32_t> positions; // in `members`, ascending, hashed or not
     };
-    std::unordered_map<std::string_view, std::vector<named_t>> names;
+    std::unordered_map<std::string_view, named_t> names;
     vector_t<line_t*> writer_list; // scratch: lines that the COFF writers attach to a function, left for later writers
 };
 
@@ -139,9 +143,10 @@ struct field_t {
 
 struct struct_t {
     bool is_union = false;
-    uint32_t size = 0;           // bytes
-    text_t tag;                  // none for "."
-    std::vector<field_t> fields; // empty while only referred to
+    uint32_t size = 0;            // bytes
+    text_t tag;                   // none for "."
+    std::vector<field_t> fields;  // empty while only referred to
+    uint64_t visited[2] = {0, 0}; // scratch: the comparison that last came here, by its side
 };
 
 struct enumerator_t {
@@ -197,6 +202,7 @@ struct tree_t {
     bool machine_known = false;
     uint32_t machine_options = 0;                      // bit n: key n of the machine stood in an SDB header
     hash_t<text_t, text_t, text_ops_t> sdb_defines{8}; // the [d records, first wins
+    uint64_t comparisons = 0;                          // type comparisons so far, see struct_t::visited
 
     std::deque<dsym_t> nodes;
     std::deque<variable_t> variables;
@@ -212,7 +218,7 @@ tree_t& tree_of(run_t& run);
 
 // A new node of that class with its shape, zero-filled, `line` from current_line, in no scope yet.
 dsym_t* new_dsym(tree_t& tree, uint32_t sclass);
-// Makes a part around `inner` (or an innermost part for null) with the text copied or shared as given.
+// Makes a part around `inner`, or an innermost part for null. The caller fills in the rest before anyone else sees it.
 tpart_t* new_part(tree_t& tree, uint32_t kind, type_t inner);
 
 // Builds the root from the machine's base types and makes it the current scope; called once by set_machine.

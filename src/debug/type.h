@@ -9,6 +9,8 @@ namespace tavrel {
 // Parses a type string as the SDB text spells it, in the current scope; null if it gives no type. May add nodes for
 // forward references. Needs a machine. Complaints go to standard error as plain lines.
 type_t parse_type(run_t& run, text_t text);
+// The type with an array part of `count` elements around it; null if it becomes too deep.
+type_t array_of(run_t& run, type_t element, uint32_t count);
 
 // The node that a name means at a place: the search goes from the cursor's block outwards.
 dsym_t* find_type_name(text_t name, scope_cursor_t cursor);
@@ -22,12 +24,18 @@ bool same_struct(run_t& run, dsym_t* a, dsym_t* b);
 
 // From a type position to a number; equal types are one key, the first entry of a key stays.
 struct type_map_t {
+    struct entry_t {
+        type_t position;
+        uint32_t value;
+    };
     run_t* run;
-    std::unordered_map<uint64_t, std::vector<std::pair<type_t, uint32_t>>> buckets; // by a finer hash than type_hash
+    std::deque<entry_t> entries; // never move
+    std::unordered_map<uint64_t, std::vector<uint32_t>>
+        buckets; // positions in `entries`, by a hash finer than type_hash
 };
 type_map_t type_map_new(run_t& run);
 bool type_map_add(type_map_t& map, type_t position, uint32_t value); // true if added
-uint32_t* type_map_find(type_map_t& map, type_t position);           // the value, null if absent
+uint32_t* type_map_find(type_map_t& map, type_t position);           // the value's place, null if absent
 void type_map_clear(type_map_t& map);
 
 // The type's readable text, appended.

@@ -183,25 +183,31 @@ std::string output_name(const output_request_t& request, const format_t& row, co
     return name.find('.', base) == std::string::npos ? with_extension(name, row) : name;
 }
 
-// The message that tells that a file ended in front of byte `at`.
-uint32_t loss_message(const output_t& buffer, uint64_t at) {
+// Tells that a file ended in front of byte `at`.
+void report_loss(run_t& run, const output_t& buffer, uint64_t at, const std::string& name) {
     for (const output_t::piece_t& piece : buffer.pieces) {
         if (piece.from <= at && at < piece.to) {
-            return piece.message;
+            if (piece.part.empty()) {
+                alert(run, piece.message, name);
+            } else {
+                alert(run, piece.message, piece.part, name);
+            }
+            return;
         }
     }
-    return 413;
+    alert(run, 413, name);
 }
 
-// Takes the open output to disk and closes it; gives the message of what was lost, 0 if nothing was.
-uint32_t deliver(open_output_t& output) {
-    if (!output.file) {
-        return 0;
-    }
+// Takes the open output to disk and closes it; gives the number of bytes that found room.
+size_t deliver(open_output_t& output) {
     const std::string& bytes = output.buffer.bytes;
-    const size_t taken = bytes.empty() ? 0 : output.file(bytes);
+    if (!output.file || bytes.empty()) {
+        output.file = {};
+        return bytes.size();
+    }
+    const size_t taken = output.file(bytes);
     output.file = {};
-    return taken < bytes.size() ? loss_message(output.buffer, taken) : 0;
+    return taken;
 }
 
 void write_output(driver_t& driver, const format_t& row, const std::string& name) {
@@ -217,8 +223,8 @@ void write_output(driver_t& driver, const format_t& row, const std::string& name
     progress(run, "Writing '%s' as %s", name, row.name);
     row.write(run, driver.output.buffer, name);
     flush(run.out);
-    if (const uint32_t loss = deliver(driver.output); loss != 0) {
-        alert(run, loss, name);
+    if (const size_t taken = deliver(driver.output); taken < driver.output.buffer.bytes.size()) {
+        report_loss(run, driver.output.buffer, taken, name);
     }
 }
 
