@@ -48,8 +48,10 @@ TEST(options, messages_of_the_command_line) {
         {{"nowhere", "a.hex", "-os19"},             1,                                                                   message(141,"nowhere: ")},
         {{"-c", "empty"}, 1,                                                                                   "==> Checking 'empty' file type ...\n"                                                                                                                                                                                          },
     };
+    files_t files = one_image;
+    files["empty"];
     for (const case_t& c : cases) {
-        const result_t result = run_program(c.args, one_image);
+        const result_t result = run_program(c.args, files);
         EXPECT_EQ(result.status, c.status) << ::testing::PrintToString(c.args);
         EXPECT_EQ(result.err.substr(0, c.err.size()), c.err) << ::testing::PrintToString(c.args);
     }

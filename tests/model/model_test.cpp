@@ -50,7 +50,8 @@ TEST(model, names_hash_without_their_underscore) {
 
 // The index gives what the walk over the table gives, on overlapping ranges of few spaces, wrapped ones among them.
 TEST(model, finders_agree_with_the_walk) {
-    std::mt19937 random(1);
+    std::mt19937 engine(1);
+    const auto random = [&] { return static_cast<uint32_t>(engine()); };
     model_t model;
     for (int k = 0; k < 60; ++k) {
         const uint32_t addr = k % 10 == 9 ? 0xFFFFFFF0u + random() % 16 : random() % 64;

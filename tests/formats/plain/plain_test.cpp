@@ -43,7 +43,7 @@ TEST(norvane, lines_of_every_kind) {
     },
         {{"in", input}});
     EXPECT_NE(result.err.find("\nFile: in\nSymbols: 1\n\tCODE 12       main\nLines: 1\n\t00003: 14-14 CODE\n"
-                              "\nFile: x.cinit\nSymbols: 3\n\t     FFFFFFFF neg\n\t     FFFFFFFF bad\n"
+                              "\nFile: x.cinit 1 2 3\nSymbols: 3\n\t     FFFFFFFF neg\n\t     FFFFFFFF bad\n"
                               "\tRAM  30       spaced\nLines: 0\n"
                               "\nSegments: 4\n\tCODE 0\n\tCODE 0-FF Load@100\n\tRAM  0\n\tDATA 20-2F\n\n"),
               std::string::npos)
@@ -76,7 +76,7 @@ TEST(norvane, probe) {
         {"main 100\n",    false},
         {"main 0 0",      false},
         {"a 1 g\n",       false},
-        {"a\t1 2 3\n",    false},
+        {"a\t1\t2\n",     false},
     };
     for (const case_t& c : cases) {
         const result_t result = run_program(
