@@ -238,6 +238,7 @@ void flush(printer_t& out) {
     if (!out.text.empty() && out.sink && !out.failed) {
         out.failed = out.sink(out.text) < out.text.size();
     }
+    out.flushed += out.text.size();
     out.text.clear();
 }
 

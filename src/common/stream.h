@@ -132,7 +132,8 @@ void print(output_t& out, text_t format, const A&... args) {
 struct printer_t {
     std::string text;
     sink_t sink;
-    bool failed = false; // something did not fit; reported once by the driver
+    bool failed = false;  // something did not fit; reported once by the driver
+    uint64_t flushed = 0; // bytes handed on so far
 };
 
 void flush(printer_t& out);

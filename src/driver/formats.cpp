@@ -2,6 +2,7 @@
 
 #include "formats/cod/dotcod.h"
 #include "formats/coff/mcoff.h"
+#include "formats/elf/elf.h"
 #include "formats/plain/intelhex.h"
 #include "formats/plain/mothex.h"
 #include "formats/plain/norvane.h"
@@ -18,11 +19,10 @@ constexpr format_t eomf51_row = {nullptr, nullptr, nullptr, nullptr, "Extended O
 constexpr format_t omf51_row = {nullptr, nullptr, nullptr, nullptr, "OMF-51", "omf51", "omf", true};
 constexpr format_t coff_row = {nullptr, nullptr, nullptr, nullptr, "COFF", "coff", "cof", true};
 constexpr format_t icoff_row = {nullptr, nullptr, nullptr, nullptr, "ICOFF", "icoff", "cof", true};
-constexpr format_t elf_row = {nullptr, nullptr, nullptr, nullptr, "ELF/DWARF", "elf", "elf", true};
 
 constexpr const format_t* rows[] = {
     &norvane_format, &pe_format, &eomf51_row, &omf51_row,    &ihex_format, &s19_format, &cod_format,   &mcoff_format,
-    &coff_row,       &icoff_row, &elf_row,    &ubrof_format, &htk_format,  &tsk_format, &titxt_format,
+    &coff_row,       &icoff_row, &elf_format, &ubrof_format, &htk_format,  &tsk_format, &titxt_format,
 };
 
 } // namespace

@@ -24,9 +24,10 @@ struct format_state_t {
     uint32_t mcoff_rom_width = 0, mcoff_ram_width = 0, mcoff_proc_type = 0;
     uint32_t mcoff_unnamed = 0; // running numbers of generated names, never reset
     uint32_t coff_unnamed = 0;
-    uint32_t coff_row = 0;     // processor row of plain COFF, 0 until an input chose one
-    uint32_t icoff_row = 0;    // likewise of ICOFF
-    uint32_t dbg_capacity = 0; // payload bytes of the Holtek DBG record buffer, 0 until first used
+    uint32_t coff_row = 0;           // processor row of plain COFF, 0 until an input chose one
+    uint32_t icoff_row = 0;          // likewise of ICOFF
+    uint32_t dbg_capacity = 0;       // payload bytes of the Holtek DBG record buffer, 0 until first used
+    uint32_t dwarf_address_size = 0; // of the last unit or set of ranges that a dump has seen
 };
 
 struct run_t {

@@ -52,14 +52,26 @@ enum dwarf_attribute_t : uint32_t {
 
 enum dwarf_form_t : uint32_t {
     DW_FORM_addr = 0x01,
+    DW_FORM_block2 = 0x03, // a 2-byte length in front
+    DW_FORM_block4 = 0x04,
     DW_FORM_data2 = 0x05,
     DW_FORM_data4 = 0x06,
+    DW_FORM_data8 = 0x07,
     DW_FORM_string = 0x08, // inline, NUL-terminated
+    DW_FORM_block = 0x09,  // a ULEB128 length in front
     DW_FORM_block1 = 0x0A, // one length byte in front
     DW_FORM_data1 = 0x0B,
     DW_FORM_flag = 0x0C,
+    DW_FORM_sdata = 0x0D, // SLEB128
+    DW_FORM_strp = 0x0E,  // a 4-byte offset in .debug_str
     DW_FORM_udata = 0x0F, // ULEB128
-    DW_FORM_ref4 = 0x13,  // offset from the first byte of the unit's header
+    DW_FORM_ref_addr = 0x10,
+    DW_FORM_ref1 = 0x11,
+    DW_FORM_ref2 = 0x12,
+    DW_FORM_ref4 = 0x13, // offset from the first byte of the unit's header
+    DW_FORM_ref8 = 0x14,
+    DW_FORM_ref_udata = 0x15,
+    DW_FORM_indirect = 0x16, // a ULEB128 form number in front
 };
 
 enum dwarf_encoding_t : uint8_t {

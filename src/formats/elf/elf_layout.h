@@ -94,6 +94,10 @@ enum elf_program_t : uint32_t { // offset
 constexpr uint32_t PT_LOAD = 1;
 constexpr uint32_t PT_PHDR = 6;
 
+constexpr uint32_t PF_X = 1;
+constexpr uint32_t PF_W = 2;
+constexpr uint32_t PF_R = 4;
+
 // ---- symbol, 16 bytes
 // ------------------------------------------------------------------------------------------------
 constexpr uint32_t ELF_SYMBOL_SIZE = 16;
