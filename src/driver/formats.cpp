@@ -3,6 +3,8 @@
 #include "formats/cod/dotcod.h"
 #include "formats/coff/mcoff.h"
 #include "formats/elf/elf.h"
+#include "formats/omf/eomf51.h"
+#include "formats/omf/omf51.h"
 #include "formats/plain/intelhex.h"
 #include "formats/plain/mothex.h"
 #include "formats/plain/norvane.h"
@@ -15,14 +17,12 @@ namespace tavrel {
 namespace {
 
 // Rows that are not built: they cannot be recognised, and using one is refused by the driver.
-constexpr format_t eomf51_row = {nullptr, nullptr, nullptr, nullptr, "Extended OMF-51", "eomf51", "abs", true};
-constexpr format_t omf51_row = {nullptr, nullptr, nullptr, nullptr, "OMF-51", "omf51", "omf", true};
 constexpr format_t coff_row = {nullptr, nullptr, nullptr, nullptr, "COFF", "coff", "cof", true};
 constexpr format_t icoff_row = {nullptr, nullptr, nullptr, nullptr, "ICOFF", "icoff", "cof", true};
 
 constexpr const format_t* rows[] = {
-    &norvane_format, &pe_format, &eomf51_row, &omf51_row,    &ihex_format, &s19_format, &cod_format,   &mcoff_format,
-    &coff_row,       &icoff_row, &elf_format, &ubrof_format, &htk_format,  &tsk_format, &titxt_format,
+    &norvane_format, &pe_format, &eomf51_format, &omf51_format, &ihex_format, &s19_format, &cod_format,   &mcoff_format,
+    &coff_row,       &icoff_row, &elf_format,    &ubrof_format, &htk_format,  &tsk_format, &titxt_format,
 };
 
 } // namespace
