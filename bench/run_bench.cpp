@@ -20,7 +20,7 @@ void run_on(benchmark::State& state, const std::vector<std::string>& args, memor
 // 1,000,000 symbols and 1,000,000 lines over 2,000 files.
 void symbol_file(benchmark::State& state) {
     memory_files_t memory;
-    std::string& text = memory.files["a.sym"];
+    std::string& text = memory.files["a.sym"] = "%locals\n";
     const auto count = static_cast<uint32_t>(state.range(0));
     for (uint32_t file = 0; file < 2000; ++file) {
         print(text, "file%u.c\n", file);

@@ -45,17 +45,26 @@ void end_line(run_t& run, line_t& line, const line_t& next) {
     }
 }
 
+// Sorted apart from the lines: keys lie together in memory, and the order of `lines` stays.
 void set_line_ends(run_t& run) {
-    vector_t<line_t*> sorted = run.model.lines;
-    vector_sort(sorted, [](const line_t* a, const line_t* b) {
-        const int order = compare(a->start, b->start);
-        return order != 0 ? order : compare(a->number, b->number);
-    });
-    for (uint32_t k = 0; k + 1 < sorted.count(); ++k) {
-        end_line(run, *sorted[k], *sorted[k + 1]);
+    struct key_t {
+        uint32_t start, number;
+        line_t* line;
+    };
+    std::vector<key_t> keys;
+    keys.reserve(run.model.lines.count());
+    for (line_t* const line : run.model.lines) {
+        keys.push_back({line->start, line->number, line});
     }
-    if (!sorted.empty()) {
-        sorted[sorted.count() - 1]->end = sorted[sorted.count() - 1]->start;
+    sort_array(keys.data(), keys.size(), [](const key_t& a, const key_t& b) {
+        const int order = compare(a.start, b.start);
+        return order != 0 ? order : compare(a.number, b.number);
+    });
+    for (size_t k = 0; k + 1 < keys.size(); ++k) {
+        end_line(run, *keys[k].line, *keys[k + 1].line);
+    }
+    if (!keys.empty()) {
+        keys.back().line->end = keys.back().start;
     }
 }
 

@@ -43,9 +43,9 @@ uint32_t add_symbol(model_t& model, text_t name, uint32_t value, uint32_t segmen
     symbol.segment = segment;
     symbol.flags = flags;
     symbol.name = model.texts.add(name);
-    model.symbol_names.try_emplace(symbol.name, &symbol);
+    index_add(model.symbol_names, &symbol);
     if (symbol.name.empty() || symbol.name[0] != 'F') {
-        model.symbol_values.try_emplace(value, &symbol);
+        hash_insert(model.symbol_values, value, &symbol);
     }
     if (file != 0 && file <= model.files.count()) {
         ++model.files[file - 1]->symbol_count;
@@ -104,14 +104,11 @@ uint32_t add_block(model_t& model, uint32_t addr, uint32_t size, const void* byt
 // ---- finding
 // ---------------------------------------------------------------------------------------------------------
 
-symbol_t* find_symbol(const model_t& model, text_t name) {
-    const auto found = model.symbol_names.find(name);
-    return found == model.symbol_names.end() ? nullptr : found->second;
-}
+symbol_t* find_symbol(const model_t& model, text_t name) { return index_find(model.symbol_names, name); }
 
 symbol_t* find_symbol_at(const model_t& model, uint32_t value) {
-    const auto found = model.symbol_values.find(value);
-    return found == model.symbol_values.end() ? nullptr : found->second;
+    symbol_t* const* const found = hash_find(model.symbol_values, value);
+    return found == nullptr ? nullptr : *found;
 }
 
 bool find_symbol_location(const model_t& model, text_t name, location_t& location) {

@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "common/alloc.h"
+#include "common/hash.h"
+#include "common/name_index.h"
 #include "common/print.h"
 #include "common/vector.h"
 
@@ -102,9 +104,9 @@ struct model_t {
     vector_t<line_t*> lines{100}; // in order of arrival until a writer sorts it
 
     // First-wins lookups.
-    std::unordered_map<std::string_view, symbol_t*> symbol_names;
-    std::unordered_map<uint32_t, symbol_t*> symbol_values; // names beginning with F excepted
-    std::unordered_map<std::string, file_t*> file_names;   // by lower-case name
+    name_index_t<symbol_t> symbol_names;
+    hash_t<uint32_t, symbol_t*> symbol_values{123};      // names beginning with F excepted
+    std::unordered_map<std::string, file_t*> file_names; // by lower-case name
     std::unordered_map<std::string_view, segment_t*> segment_names;
     std::unordered_map<std::string_view, uint32_t> segment_indices; // 1-based, by name
     std::unordered_map<std::string_view, class_t*> class_names;

@@ -158,7 +158,12 @@ void write_record(std::string& out, uint32_t address, const uint8_t* bytes, uint
 }
 
 bool ihex_write(run_t& run, output_t& out, text_t) {
-    uint32_t upper = 0; // of the last extended address record
+    uint64_t bytes = 0;
+    for (const block_t* const block : run.model.blocks) {
+        bytes += 2 * uint64_t(block->size) + (block->size / bytes_per_record + 1) * 12 + 16;
+    }
+    out.bytes.reserve(bytes); // growing step by step would hold the text twice
+    uint32_t upper = 0;       // of the last extended address record
     for (const block_t* const block : run.model.blocks) {
         for (uint32_t at = 0; at < block->size; at += bytes_per_record) {
             const uint32_t address = block->addr + at;

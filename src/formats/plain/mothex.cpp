@@ -108,6 +108,11 @@ void write_record(std::string& out, uint32_t address, const uint8_t* bytes, uint
 }
 
 bool s19_write(run_t& run, output_t& out, text_t) {
+    uint64_t bytes = 0;
+    for (const block_t* const block : run.model.blocks) {
+        bytes += 2 * uint64_t(block->size) + (block->size / bytes_per_record + 1) * 15;
+    }
+    out.bytes.reserve(bytes); // growing step by step would hold the text twice
     for (const block_t* const block : run.model.blocks) {
         for (uint64_t at = 0; at < block->size; at += bytes_per_record) {
             const auto offset = static_cast<uint32_t>(at);
