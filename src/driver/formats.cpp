@@ -1,6 +1,8 @@
 #include "driver/formats.h"
 
 #include "formats/cod/dotcod.h"
+#include "formats/coff/coff.h"
+#include "formats/coff/icoff.h"
 #include "formats/coff/mcoff.h"
 #include "formats/elf/elf.h"
 #include "formats/omf/eomf51.h"
@@ -16,13 +18,10 @@
 namespace tavrel {
 namespace {
 
-// Rows that are not built: they cannot be recognised, and using one is refused by the driver.
-constexpr format_t coff_row = {nullptr, nullptr, nullptr, nullptr, "COFF", "coff", "cof", true};
-constexpr format_t icoff_row = {nullptr, nullptr, nullptr, nullptr, "ICOFF", "icoff", "cof", true};
-
 constexpr const format_t* rows[] = {
-    &norvane_format, &pe_format, &eomf51_format, &omf51_format, &ihex_format, &s19_format, &cod_format,   &mcoff_format,
-    &coff_row,       &icoff_row, &elf_format,    &ubrof_format, &htk_format,  &tsk_format, &titxt_format,
+    &norvane_format, &pe_format,    &eomf51_format, &omf51_format, &ihex_format,
+    &s19_format,     &cod_format,   &mcoff_format,  &coff_format,  &icoff_format,
+    &elf_format,     &ubrof_format, &htk_format,    &tsk_format,   &titxt_format,
 };
 
 } // namespace

@@ -56,6 +56,9 @@ coff_writer_t::coff_writer_t(run_t& of_run, output_t& to, text_t output_name, co
     : run(of_run), out(to), name(output_name), rules(with_rules), coff_unnamed(unnamed), coff_tags(type_map_new(run)),
       blocks(make_block_finder(run.model)), segments(make_segment_finder(run.model)),
       line_room(records_at_least + records_a_line * run.model.lines.count()) {
+    for (const file_t* const file : run.model.files) {
+        files.emplace(file->name, file);
+    }
     code_space.push_back(0);
     code_count.push_back(0);
     for (const segment_t* const segment : run.model.segments) {
@@ -165,6 +168,55 @@ uint32_t add_line_mark(coff_writer_t& writer, const coff_out_symbol_t& mark, uin
     aux.lnno = line;
     add_coff_aux(writer, aux);
     return index;
+}
+
+uint32_t add_typed(coff_writer_t& writer, coff_out_symbol_t symbol, const coff_typed_t& typed) {
+    symbol.numaux = typed.has_aux ? 1 : 0;
+    const uint32_t index = add_coff_symbol(writer, symbol);
+    if (typed.has_aux) {
+        add_coff_aux(writer, typed.aux);
+    }
+    return index;
+}
+
+// ---- what the walks of both have in common
+
+std::vector<dsym_t*> tree_modules(const run_t& run) {
+    std::vector<dsym_t*> modules;
+    if (run.global_block != nullptr) {
+        for (dsym_t* const node : run.global_block->scope->members) {
+            if (node->sclass == SC_MODULE) {
+                modules.push_back(node);
+            }
+        }
+    }
+    return modules;
+}
+
+std::vector<const symbol_t*> listed_symbols(const run_t& run) {
+    std::vector<const symbol_t*> symbols;
+    for (const file_t* const file : run.model.files) {
+        std::copy_if(file->symbols.begin(), file->symbols.end(), std::back_inserter(symbols),
+                     [](const symbol_t* symbol) { return is_listed(*symbol); });
+    }
+    return symbols;
+}
+
+void mark_described(run_t& run, text_t name) {
+    if (symbol_t* const symbol = find_symbol(run.model, name); symbol != nullptr) {
+        symbol->flags |= SYM_DESCRIBED;
+    }
+}
+
+std::string source_path(const run_t& run, text_t name) {
+    std::string path = apply_pathspec(run, name);
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
+}
+
+const file_t* named_file(const coff_writer_t& writer, text_t name) {
+    const auto file = is_none(name) ? writer.files.end() : writer.files.find(name);
+    return file == writer.files.end() ? nullptr : file->second;
 }
 
 // ---- sections
@@ -312,10 +364,6 @@ void join_lines(coff_writer_t& writer, scope_t& scope, const std::vector<line_t*
 
 void attach_lines(coff_writer_t& writer, std::span<const text_t> excluded_classes) {
     const std::vector<class_range_t> excluded = ranges_of(writer.run.model, excluded_classes);
-    std::unordered_map<text_t, const file_t*> files;
-    for (const file_t* const file : writer.run.model.files) {
-        files.emplace(file->name, file);
-    }
     std::unordered_map<const file_t*, std::vector<line_t*>> joining;
     for (dsym_t* const node : writer.coff_functions) {
         scope_t& scope = *node->scope;
@@ -325,13 +373,13 @@ void attach_lines(coff_writer_t& writer, std::span<const text_t> excluded_classe
         if (scope.last_line == 0) {
             scope.last_line = scope.first_line;
         }
-        const auto file = is_none(scope.file) ? files.end() : files.find(scope.file);
-        if (file == files.end()) {
+        const file_t* const file = named_file(writer, scope.file);
+        if (file == nullptr) {
             continue;
         }
-        const auto [lines, fresh] = joining.try_emplace(file->second);
+        const auto [lines, fresh] = joining.try_emplace(file);
         if (fresh) {
-            lines->second = joining_lines(writer, *file->second, excluded);
+            lines->second = joining_lines(writer, *file, excluded);
         }
         join_lines(writer, scope, lines->second);
     }

@@ -122,6 +122,7 @@ struct coff_writer_t {
     std::unordered_map<dsym_t*, std::vector<uint32_t>> coff_pending; // records that wait for a struct's tag index
     std::unordered_map<type_t, coff_typed_t> type_words;             // of some positions of long types, without tags
 
+    std::unordered_map<text_t, const file_t*> files; // by exact name
     std::vector<coff_out_section_t> sections;
     uint32_t first_text = 0;          // position of the first block's section
     std::vector<uint32_t> code_count; // code segments among the first n segments
@@ -152,6 +153,17 @@ uint32_t add_line_mark(coff_writer_t& writer, const coff_out_symbol_t& mark, uin
 
 // The type word and auxiliary record of a variable, with all tags that they need emitted before.
 coff_typed_t coff_type_of(coff_writer_t& writer, type_t type);
+
+// A symbol and, if it has one, its auxiliary record; gives the index of the symbol, whose `numaux` is set here.
+uint32_t add_typed(coff_writer_t& writer, coff_out_symbol_t symbol, const coff_typed_t& typed);
+
+// ---- what the walks of both have in common
+
+std::vector<dsym_t*> tree_modules(const run_t& run);                // those that brought a tree, in order
+std::vector<const symbol_t*> listed_symbols(const run_t& run);      // by file, those that no tree describes
+void mark_described(run_t& run, text_t name);                       // the linker's symbol of that name, if there is one
+std::string source_path(const run_t& run, text_t name);             // as debuggers on Windows look for it
+const file_t* named_file(const coff_writer_t& writer, text_t name); // of exactly that name, or null
 
 // True if the segment of that index is a code space.
 bool is_code_space(const coff_writer_t& writer, uint32_t index);

@@ -4,7 +4,6 @@
 // symbol, `.bf`, its parameters, one block, `.ef`; a block is `.bb`, what it holds, `.eb`. The format knows no frames
 // and no bits: locals are written as statics at the addresses that the machine gives them, and bit variables are
 // gathered into made-up structures, one for each byte. What the tree does not describe follows as plain labels.
-#include <algorithm>
 
 #include "debug/machine.h"
 #include "formats/coff/mcoff_write.h"
@@ -16,12 +15,6 @@ constexpr size_t end_label_limit = 127; // characters of "__end_of..."
 constexpr size_t holder_limit = 31;     // of the name of a bit holder
 
 text_t shown_name(const run_t& run, text_t name) { return drop_underscore(name, run.strip_underscore); }
-
-void mark_described(run_t& run, text_t name) {
-    if (symbol_t* const symbol = find_symbol(run.model, name); symbol != nullptr) {
-        symbol->flags |= SYM_DESCRIBED;
-    }
-}
 
 // ---- bit variables
 
@@ -195,16 +188,7 @@ coff_out_symbol_t variable_symbol(mcoff_writer_t& writer, const dsym_t& node, co
                                          static_cast<int32_t>(section_of(coff, location)));
     typed = coff_type_of(coff, node.variable->type);
     symbol.type = float_rule(typed.word, node.variable->var_size);
-    symbol.numaux = typed.has_aux ? 1 : 0;
     return symbol;
-}
-
-uint32_t add_with_aux(coff_writer_t& coff, const coff_out_symbol_t& symbol, const coff_typed_t& typed) {
-    const uint32_t index = add_coff_symbol(coff, symbol);
-    if (typed.has_aux) {
-        add_coff_aux(coff, typed.aux);
-    }
-    return index;
 }
 
 uint32_t global_class(const dsym_t& node) {
@@ -225,7 +209,7 @@ void add_global(mcoff_writer_t& writer, dsym_t* node, const location_t& location
     coff_typed_t typed;
     const coff_out_symbol_t symbol = variable_symbol(writer, *node, location, global_class(*node), typed);
     if (!before_body || !is_empty_array(typed)) {
-        node->writer_entry = add_with_aux(coff, symbol, typed);
+        node->writer_entry = add_typed(coff, symbol, typed);
     }
     mark_described(coff.run, node->name);
 }
@@ -251,7 +235,7 @@ void coff_local(mcoff_writer_t& writer, dsym_t* scope, uint32_t position) {
     coff_typed_t typed;
     const uint32_t sclass = node->sclass == SC_REG ? C_REG : C_STAT;
     const coff_out_symbol_t symbol = variable_symbol(writer, *node, location, sclass, typed);
-    add_with_aux(writer.coff, symbol, typed);
+    add_typed(writer.coff, symbol, typed);
 }
 
 // ---- scopes
@@ -353,12 +337,8 @@ void coff_walk(mcoff_writer_t& writer, dsym_t* scope, const location_t* start) {
 
 void add_labels(mcoff_writer_t& writer) {
     coff_writer_t& coff = writer.coff;
-    for (const file_t* const file : coff.run.model.files) {
-        for (const symbol_t* const symbol : file->symbols) {
-            if (is_listed(*symbol)) {
-                add_coff_symbol(coff, coff_mark(coff, shown_name(coff.run, symbol->name), C_LABEL, symbol->value, 0));
-            }
-        }
+    for (const symbol_t* const symbol : listed_symbols(coff.run)) {
+        add_coff_symbol(coff, coff_mark(coff, shown_name(coff.run, symbol->name), C_LABEL, symbol->value, 0));
     }
 }
 
@@ -376,20 +356,13 @@ void coff_file_entry(mcoff_writer_t& writer, text_t name) {
     if (file_t* const file = find_file(coff.run.model, name); file != nullptr) {
         file->out_index = index;
     }
-    std::string path = apply_pathspec(coff.run, name);
-    std::replace(path.begin(), path.end(), '/', '\\');
-    const uint32_t offset = add_coff_string(coff, path);
+    const uint32_t offset = add_coff_string(coff, source_path(coff.run, name));
     set_record32(coff, add_coff_aux(coff, {}), coff_at::x_offset, offset);
 }
 
 void build_symbol_table(mcoff_writer_t& writer) {
-    run_t& run = writer.coff.run;
-    if (run.global_block != nullptr) {
-        for (dsym_t* const module : run.global_block->scope->members) {
-            if (module->sclass == SC_MODULE) {
-                coff_walk(writer, module, nullptr);
-            }
-        }
+    for (dsym_t* const module : tree_modules(writer.coff.run)) {
+        coff_walk(writer, module, nullptr);
     }
     add_bit_structures(writer);
     if (!is_none(writer.coff_open_file)) {
