@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/print.h"
 #include "support/run.h"
 
 namespace tavrel::testing {
@@ -71,6 +72,13 @@ inline std::string messages_of(const result_t& result) {
     return found;
 }
 
+// What finalisation lists of the model with -v -v.
+inline std::string model_of(const result_t& result) {
+    const size_t from = result.err.find("\nFiles: ");
+    const size_t to = result.err.find("==> Writing");
+    return from == std::string::npos ? "" : result.err.substr(from, to - from);
+}
+
 // The lines of a text that begin with `start`.
 inline std::string lines_with(const std::string& text, const std::string& start) {
     std::string found;
@@ -83,21 +91,5 @@ inline std::string lines_with(const std::string& text, const std::string& start)
     }
     return found;
 }
-
-// Every damaged copy of a file: each byte set to a few values, and the file cut in front of it. Calls `check` for each.
-template <class F>
-void for_each_damage(const std::string& file, F check) {
-    for (size_t at = 0; at < file.size(); ++at) {
-        check(file.substr(0, at), "cut at " + std::to_string(at));
-        for (const int change : {0x00, 0x01, 0x7F, 0x80, 0xFF}) {
-            std::string copy = file;
-            copy[at] = static_cast<char>(change == 0x01 ? copy[at] + 1 : change);
-            check(copy, "byte " + std::to_string(at) + " changed by " + std::to_string(change));
-        }
-    }
-}
-
-// Reads and prints every damaged copy: it must end, say nothing unheard of, and print no more than the file explains.
-void expect_sane_damage(const std::string& key, const std::string& file);
 
 } // namespace tavrel::testing

@@ -6,13 +6,6 @@
 namespace tavrel::testing {
 namespace {
 
-// What finalisation lists of the model with -v -v.
-std::string model_of(const result_t& result) {
-    const size_t from = result.err.find("\nFiles: ");
-    const size_t to = result.err.find("==> Writing");
-    return from == std::string::npos ? "" : result.err.substr(from, to - from);
-}
-
 result_t read_mcoff(const std::string& file) { return run_coff({"-v", "-v", "-imcoff", "-os19"}, file); }
 std::string dump_mcoff(const std::string& file) { return run_coff({"-d", "-v", "-v", "-imcoff"}, file).out; }
 

@@ -1,0 +1,7 @@
+// Any bytes as plain COFF.
+#include "coff_family_fuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    tavrel::fuzz_coff_family("coff", data, size);
+    return 0;
+}

@@ -1,0 +1,7 @@
+// Any bytes as ICOFF.
+#include "coff_family_fuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    tavrel::fuzz_coff_family("icoff", data, size);
+    return 0;
+}
