@@ -22,6 +22,13 @@ struct dump_parts_t {
     std::string lines;
 };
 
+inline sample_t sample_of(const std::string& file, const dump_parts_t& parts) {
+    return {file, parts.headers + parts.sections + parts.strings + "\n\n\n",
+            parts.headers + parts.sections + parts.strings + "\n" + parts.symbols + "\n" + parts.lines + "\n",
+            parts.headers + parts.full_sections + parts.strings + parts.string_list + "\n" + parts.symbols + "\n" +
+                parts.lines + "\n"};
+}
+
 inline sample_t mcoff_sample() {
     const std::string file = bytes(R"(
         40 12  02 00  00000000  AA000000  0A000000  12 00  02 10     ; 000 magic, 2 sections, date, symptr, nsyms, flags
@@ -73,10 +80,7 @@ inline sample_t mcoff_sample() {
                  "Symbol: main.c (0)\n"
                  "00004:\tsrcndx: 0, paddr: 0x11, flags 0x1, fcnndx: 2\n",
     };
-    return {file, parts.headers + parts.sections + parts.strings + "\n\n\n",
-            parts.headers + parts.sections + parts.strings + "\n" + parts.symbols + "\n" + parts.lines + "\n",
-            parts.headers + parts.full_sections + parts.strings + parts.string_list + "\n" + parts.symbols + "\n" +
-                parts.lines + "\n"};
+    return sample_of(file, parts);
 }
 
 inline sample_t coff_sample() {
@@ -127,10 +131,7 @@ inline sample_t coff_sample() {
             "    9: (-1)\t       register variable 0 4[1]\treg = F: pointer to char\n",
         .lines = "Section 1 line numbers: 2, file offset 0x84\nSymbol: _main (4)\n70000:\t102\n",
     };
-    return {file, parts.headers + parts.sections + parts.strings + "\n\n\n",
-            parts.headers + parts.sections + parts.strings + "\n" + parts.symbols + "\n" + parts.lines + "\n",
-            parts.headers + parts.full_sections + parts.strings + parts.string_list + "\n" + parts.symbols + "\n" +
-                parts.lines + "\n"};
+    return sample_of(file, parts);
 }
 
 inline sample_t icoff_sample() {
