@@ -13,7 +13,7 @@ void for_each_damage(const std::string& file, F check) {
     for (size_t at = 0; at < file.size(); ++at) {
         check(file.substr(0, at), "cut at " + std::to_string(at));
         const auto old = static_cast<unsigned char>(file[at]);
-        for (const int value : {0x00, 0x7F, 0x80, 0xFF, old + 1, old ^ 0x20}) {
+        for (const int value : {0x00, 0x80, 0xFF, old + 1}) {
             std::string copy = file;
             copy[at] = static_cast<char>(value);
             check(copy, "byte " + std::to_string(at) + " set to " + std::to_string(value & 0xFF));

@@ -165,6 +165,23 @@ TEST(McoffDump, OddOptionalHeaders) {
     EXPECT_NE(run_coff({"-d", "-imcoff"}, file).out.find("Executable\n\nSection 0: s:"), std::string::npos);
 }
 
+TEST(McoffDump, DatesAreUnsignedAndFollowTheTimeZone) {
+    std::string file = with_symbols("");
+    patch(file, 4, le32(0xFFFFFFFF));
+    EXPECT_NE(run_coff({"-d"}, file).out.find("\tDated:\t\tSun Feb  7 06:28:15 2106\n\tSymptr"), std::string::npos);
+    patch(file, 4, le32(0));
+    setenv("TZ", "EST5", 1);
+    tzset();
+    const result_t result = run_program(
+        {
+            "-d", "in.cof"
+    },
+        {{"in.cof", file}});
+    EXPECT_NE(result.out.find("\tDated:\t\tWed Dec 31 19:00:00 1969\n"), std::string::npos);
+    setenv("TZ", "UTC0", 1);
+    tzset();
+}
+
 TEST(McoffDump, NamesAreBoundedByTheStringTable) {
     const auto named = [](const std::string& offset) {
         return std::string(4, '\0') + offset + symbol("", 0, 0, 0, 0, 0).substr(8);
