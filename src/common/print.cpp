@@ -117,6 +117,18 @@ void put_text(std::string& out, text_t text, const conversion_t& spec) {
     put_padded(out, text, spec);
 }
 
+// Writes the digits of a number in front of `end`, none for 0; gives the first. Most numbers have 32 bits, where a
+// division costs a fraction of one of 64.
+char* put_decimal(char* end, uint64_t value) {
+    for (; value > UINT32_MAX; value /= 10) {
+        *--end = static_cast<char>('0' + value % 10);
+    }
+    for (auto rest = static_cast<uint32_t>(value); rest != 0; rest /= 10) {
+        *--end = static_cast<char>('0' + rest % 10);
+    }
+    return end;
+}
+
 void put_number(std::string& out, uint64_t value, const conversion_t& spec) {
     if (spec.bits < 64) {
         value &= (uint64_t(1) << spec.bits) - 1;
@@ -138,8 +150,13 @@ void put_number(std::string& out, uint64_t value, const conversion_t& spec) {
     char buffer[24];
     char* first = buffer + sizeof buffer;
     const char* const last = first;
-    for (uint64_t rest = value; rest != 0; rest /= base) {
-        *--first = digits[rest % base];
+    if (base == 10) {
+        first = put_decimal(first, value);
+    } else {
+        const unsigned shift = base == 16 ? 4 : 3;
+        for (uint64_t rest = value; rest != 0; rest >>= shift) {
+            *--first = digits[rest & (base - 1)];
+        }
     }
     if (value == 0 && spec.precision != 0) {
         *--first = '0';
