@@ -1,21 +1,8 @@
 // Whole runs in memory that end in COFF: many variables of many struct types, and many lines in many functions.
-#include <benchmark/benchmark.h>
-
-#include "common/print.h"
-#include "driver/run.h"
+#include "run_on.h"
 
 namespace tavrel {
 namespace {
-
-void run_on(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
-    for (auto _ : state) {
-        const host_t host = memory_host(memory);
-        benchmark::DoNotOptimize(tavrel_run(args, host));
-    }
-    if (!memory.err.empty()) {
-        state.SkipWithError(memory.err.substr(0, 200).c_str());
-    }
-}
 
 // 100,000 variables of 5,000 struct types of ten fields each, in ten modules that all include the same header. With
 // `named` false the structs have no tags and are told apart by their fields alone.

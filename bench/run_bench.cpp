@@ -1,21 +1,8 @@
 // Whole runs in memory over generated inputs: symbol file, hex image.
-#include <benchmark/benchmark.h>
-
-#include "common/print.h"
-#include "driver/run.h"
+#include "run_on.h"
 
 namespace tavrel {
 namespace {
-
-void run_on(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
-    for (auto _ : state) {
-        const host_t host = memory_host(memory);
-        benchmark::DoNotOptimize(tavrel_run(args, host));
-    }
-    if (!memory.err.empty()) {
-        state.SkipWithError(memory.err.c_str());
-    }
-}
 
 // 1,000,000 symbols and 1,000,000 lines over 2,000 files.
 void symbol_file(benchmark::State& state) {

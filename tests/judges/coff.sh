@@ -9,20 +9,7 @@ if ! command -v $judge > /dev/null; then
     echo "$judge is not installed (apt-get install binutils-h8300-hms)"
     exit 77
 fi
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failed=0
-
-# compare WHAT: two files of one content.
-compare() {
-    if diff "$work/ours" "$work/theirs" > "$work/diff"; then
-        echo "$part: $(wc -l < "$work/ours") $1 agree"
-    else
-        echo "$part: $1 differ"
-        head -20 "$work/diff"
-        failed=1
-    fi
-}
+. tests/judges/compare.inc
 
 for part in pic:-p16F877,H8/300 pic18:-p18F452,H8/300 dspic:-p30F6014,H8/300; do
     folder=examples/${part%%:*}

@@ -8,20 +8,7 @@ if ! command -v gpvo > /dev/null; then
     echo "gpvo is not installed (apt-get install gputils)"
     exit 77
 fi
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-failed=0
-
-# compare WHAT: two files of one content.
-compare() {
-    if diff "$work/ours" "$work/theirs" > "$work/diff"; then
-        echo "$part: $(wc -l < "$work/ours") $1 agree"
-    else
-        echo "$part: $1 differ"
-        head -20 "$work/diff"
-        failed=1
-    fi
-}
+. tests/judges/compare.inc
 
 for part in pic:-p16F877,A877,PIC14 pic18:-p18F452,452,PIC18; do
     folder=examples/${part%%:*}

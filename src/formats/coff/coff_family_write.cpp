@@ -227,16 +227,20 @@ bool is_code_space(const coff_writer_t& writer, uint32_t index) {
 
 namespace {
 
-// A section named like the segment, with the number of segments of that name before it behind the name if there are
-// any.
-coff_out_section_t data_section(coff_writer_t& writer, const segment_t& segment, uint32_t namesakes) {
-    coff_out_section_t section;
-    const std::string name = namesakes == 0 ? std::string(segment.name) : format_text("%s.%d", segment.name, namesakes);
+void set_section_name(coff_writer_t& writer, coff_out_section_t& section, text_t name) {
     if (writer.rules.long_section_names) {
         set_coff_name(writer, section.name.data(), name);
     } else {
         section.name = cut_name(name);
     }
+}
+
+// A section named like the segment, with the number of segments of that name before it behind the name if there are
+// any.
+coff_out_section_t data_section(coff_writer_t& writer, const segment_t& segment, uint32_t namesakes) {
+    coff_out_section_t section;
+    const std::string name = namesakes == 0 ? std::string(segment.name) : format_text("%s.%d", segment.name, namesakes);
+    set_section_name(writer, section, name);
     section.paddr = segment.addr / writer.rules.ram_unit;
     section.size = segment.size;
     section.flags = STYP_BSS;
@@ -255,12 +259,7 @@ void add_data_sections(coff_writer_t& writer) {
 
 void write_text_section(coff_writer_t& writer, const block_t& block, uint32_t number) {
     coff_out_section_t section;
-    const std::string name = format_text("_text%d", number);
-    if (writer.rules.long_section_names) {
-        set_coff_name(writer, section.name.data(), name);
-    } else {
-        section.name = cut_name(name);
-    }
+    set_section_name(writer, section, format_text("_text%d", number));
     section.paddr = block.addr / writer.rules.rom_unit;
     section.size = block.size;
     section.scnptr = writer.position;

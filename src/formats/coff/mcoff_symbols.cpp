@@ -55,6 +55,7 @@ void add_bit_variable(mcoff_writer_t& writer, uint32_t address, dsym_t* node) {
     known->newer.push_back(node->name);
 }
 
+// The same for a function that counts as a bit variable: what follows goes by its name.
 void settle_name_of(mcoff_writer_t& writer, const dsym_t* node) {
     bit_var_t* const bit = hash_find(writer.bit_vars, node->variable->location.value);
     if (bit != nullptr && bit->node == node) {
