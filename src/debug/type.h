@@ -2,6 +2,8 @@
 // readable print of the tree.
 #pragma once
 
+#include <set>
+
 #include "debug/tree.h"
 
 namespace tavrel {
@@ -22,16 +24,22 @@ bool type_differs(run_t& run, type_t a, type_t b);
 // Two structs of different modules are the same type if their shapes agree.
 bool same_struct(run_t& run, dsym_t* a, dsym_t* b);
 
-// From a type position to a number; equal types are one key, the first entry of a key stays.
+// From a type position to a number; equal types are one key, the first entry of a key stays. The types must not change
+// while the map lives.
 struct type_map_t {
     struct entry_t {
         type_t position;
         uint32_t value;
     };
+    struct struct_facts_t {
+        uint64_t hash;     // of what two equal structs agree in
+        bool meets_itself; // its fields lead to some struct twice: equal to no struct of another module
+    };
     run_t* run;
-    std::deque<entry_t> entries; // never move
-    std::unordered_map<uint64_t, std::vector<uint32_t>>
-        buckets; // positions in `entries`, by a hash finer than type_hash
+    std::deque<entry_t> entries;                                      // never move
+    std::unordered_map<uint64_t, std::vector<uint32_t>> buckets;      // positions in `entries`, by a hash
+    std::unordered_map<const struct_t*, struct_facts_t> facts;        // made when a struct is first met
+    std::set<std::pair<const struct_t*, const struct_t*>> same_pairs; // structs found equal
 };
 type_map_t type_map_new(run_t& run);
 bool type_map_add(type_map_t& map, type_t position, uint32_t value); // true if added
