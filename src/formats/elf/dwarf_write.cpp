@@ -292,6 +292,9 @@ void dwarf_unit(dwarf_writer_t& writer, const dsym_t& module) {
     const size_t low_pc_at = begin_unit(writer, module, parent);
     const size_t unit_die_end = writer.info.size();
     dwarf_scope(writer, module);
+    if (is_full(writer)) {
+        alert(writer.run, 157, die_limit);
+    }
     if (parent) {
         dwarf_end_children(writer);
     }
