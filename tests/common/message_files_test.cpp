@@ -1,4 +1,5 @@
 // The message files, the rows that say what each message passes, and the calls in the source agree with each other.
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -92,13 +93,16 @@ TEST(message_files, know_the_numbers_of_the_source) {
     }
     static const std::regex call("(alert|alert_list|refuse|fail|complain|raise)\\([\\w.*>-]+,\\s*(\\d+)\\b");
     static const std::regex note("(output_note)\\(.*,\\s*(\\d+)\\)");
+    constexpr const char* names[] = {"alert", "refuse", "fail(", "complain(", "raise(", "output_note"};
     std::set<uint32_t> raised;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(std::string(TAVREL_SOURCE_DIR) + "/src")) {
         std::ifstream file(entry.path());
         for (std::string line; std::getline(file, line);) {
             std::smatch found;
-            if (line.find('(') != std::string::npos &&
-                (std::regex_search(line, found, call) || std::regex_search(line, found, note))) {
+            const bool worth_a_look = std::ranges::any_of(names, [&](const char* name) {
+                return line.find(name) != std::string::npos;
+            }); // quicker than the search
+            if (worth_a_look && (std::regex_search(line, found, call) || std::regex_search(line, found, note))) {
                 const auto number = static_cast<uint32_t>(std::stoul(found[2]));
                 EXPECT_TRUE(rows.contains(number)) << entry.path() << ": " << line;
                 raised.insert(number);
