@@ -564,6 +564,7 @@ std::string sdb_name_of(text_t object_name) {
 
 dsym_t* read_sdb(run_t& run, text_t object_name) {
     tree_t& tree = tree_of(run);
+    ++tree.modules;
     std::string bytes;
     sdb_reader_t reader{run, tree, sdb_name_of(object_name), {}};
     dsym_t* module = nullptr;

@@ -50,7 +50,10 @@ dsym_t* new_dsym(tree_t& tree, uint32_t sclass) {
     case SC_BLOCK:
     case SC_FUNC:
     case SC_NOSDB: node.scope = &tree.scopes.emplace_back(); break;
-    case SC_STRUCT: node.structure = &tree.structs.emplace_back(); break;
+    case SC_STRUCT:
+        node.structure = &tree.structs.emplace_back();
+        node.structure->module = tree.modules;
+        break;
     case SC_ENUM: node.enumeration = &tree.enums.emplace_back(); break;
     case SC_FILENAME: break;
     default: node.variable = &tree.variables.emplace_back(); break;

@@ -145,6 +145,7 @@ struct struct_t {
     bool is_union = false;
     uint32_t size = 0;            // bytes
     text_t tag;                   // none for "."
+    uint32_t module = 0;          // running number of the module that it stands in
     std::vector<field_t> fields;  // empty while only referred to
     uint64_t visited[2] = {0, 0}; // scratch: the comparison that last came here, by its side
 };
@@ -196,6 +197,7 @@ struct tree_t {
     bool machine_known = false;
     uint32_t machine_options = 0;                      // bit n: key n of the machine stood in an SDB header
     hash_t<text_t, text_t, text_ops_t> sdb_defines{8}; // the [d records, first wins
+    uint32_t modules = 0;                              // read so far
     uint64_t comparisons = 0;                          // type comparisons so far, see struct_t::visited
 
     std::deque<dsym_t> nodes;

@@ -1,4 +1,4 @@
-// When are two types the same? Hash, comparison, and the table from types to numbers built on both.
+// When are two types the same? The comparison, and the hash that goes with it.
 //
 // Most types are compared part by part. Structs are the hard case: the same header read by two modules gives two nodes
 // for one struct, so structs are equal if their shapes agree, through all the structs that their fields lead to. Each
@@ -21,6 +21,7 @@ struct comparison_t {
     run_t& run;
     uint64_t number;
     std::vector<frame_t> open;
+    std::vector<struct_pair_t>* met; // all pairs that were opened, if anyone asks
 };
 
 bool same_text(text_t a, text_t b) { return is_none(a) == is_none(b) && a == b; }
@@ -43,6 +44,9 @@ bool structs_differ(comparison_t& comparison, dsym_t* a, dsym_t* b) {
     left.visited[0] = comparison.number;
     right.visited[1] = comparison.number;
     comparison.open.push_back({&left, &right, 0});
+    if (comparison.met != nullptr) {
+        comparison.met->push_back({&left, &right});
+    }
     return false;
 }
 
@@ -104,43 +108,8 @@ bool open_pairs_differ(comparison_t& comparison) {
     return false;
 }
 
-comparison_t new_comparison(run_t& run) { return {run, ++tree_of(run).comparisons, {}}; }
-
-// ---- the hash of the table
-
-uint64_t mix(uint64_t hash, uint64_t value) {
-    hash = (hash ^ value) * 0x9E3779B97F4A7C15u;
-    return hash ^ hash >> 29;
-}
-
-uint64_t part_shape(const tpart_t& part, uint64_t inner) {
-    const uint64_t node = part.kind == TP_ENUM ? reinterpret_cast<uintptr_t>(part.node) : 0;
-    const uint64_t shape = mix(mix(mix(inner, node), uint64_t(part.size) << 32 | part.kind), part.value);
-    return shape == 0 ? 1 : shape;
-}
-
-// The hash of the parts from a position inwards, but for what the nodes of structs say. Kept in the parts, so that
-// each part of a deep type is looked at once.
-uint64_t shape_of(type_t position) {
-    std::vector<type_t> open;
-    while (position != nullptr && position->shape == 0) {
-        open.push_back(position);
-        position = position->inner;
-    }
-    uint64_t shape = position == nullptr ? 1 : position->shape;
-    for (; !open.empty(); open.pop_back()) {
-        shape = open.back()->shape = part_shape(*open.back(), shape);
-    }
-    return shape;
-}
-
-uint64_t bucket_of(type_t position) {
-    const uint64_t shape = shape_of(position);
-    if (position == nullptr || position->base->kind != TP_STRUCT) {
-        return shape;
-    }
-    const struct_t& structure = *position->base->node->structure;
-    return mix(mix(mix(shape, structure.size), structure.fields.size()), std::hash<text_t>()(structure.tag));
+comparison_t new_comparison(run_t& run, std::vector<struct_pair_t>* met) {
+    return {run, ++tree_of(run).comparisons, {}, met};
 }
 
 } // namespace
@@ -162,46 +131,17 @@ uint32_t type_hash(run_t& run, type_t position) {
     return hash;
 }
 
-bool type_differs(run_t& run, type_t a, type_t b) {
+bool type_differs(run_t& run, type_t a, type_t b, std::vector<struct_pair_t>* met) {
     if (a == b) {
         return false;
     }
-    comparison_t comparison = new_comparison(run);
+    comparison_t comparison = new_comparison(run, met);
     return parts_differ(comparison, a, b) || open_pairs_differ(comparison);
 }
 
 bool same_struct(run_t& run, dsym_t* a, dsym_t* b) {
-    comparison_t comparison = new_comparison(run);
+    comparison_t comparison = new_comparison(run, nullptr);
     return !structs_differ(comparison, a, b) && !open_pairs_differ(comparison);
-}
-
-type_map_t type_map_new(run_t& run) { return {&run, {}, {}}; }
-
-uint32_t* type_map_find(type_map_t& map, type_t position) {
-    const auto bucket = map.buckets.find(bucket_of(position));
-    if (bucket == map.buckets.end()) {
-        return nullptr;
-    }
-    for (const uint32_t entry : bucket->second) {
-        if (!type_differs(*map.run, position, map.entries[entry].position)) {
-            return &map.entries[entry].value;
-        }
-    }
-    return nullptr;
-}
-
-bool type_map_add(type_map_t& map, type_t position, uint32_t value) {
-    if (type_map_find(map, position) != nullptr) {
-        return false;
-    }
-    map.buckets[bucket_of(position)].push_back(static_cast<uint32_t>(map.entries.size()));
-    map.entries.push_back({position, value});
-    return true;
-}
-
-void type_map_clear(type_map_t& map) {
-    map.buckets.clear();
-    map.entries.clear();
 }
 
 } // namespace tavrel
