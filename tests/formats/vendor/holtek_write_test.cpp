@@ -213,7 +213,7 @@ TEST(HoltekWrite, ScopesAcrossFiles) {
         {"y.sdb", "[p HOLTEK ]\n\"1 y.c\n[v _c `uc 1 e 1 0 ]\n[v _g `(v 1 e 0 0 ]\n{\n\"3\n}\n0 0 0 0\n"                            },
     };
     // Lines 1 to 3 of x.c, 4 and 5 of i.c, 6 of y.c. The function's lines are 9 to 9 after the last mark; in x.c that
-    // is behind the last entry (3), in i.c behind 5.
+    // is behind the last entry (3), in i.c behind 5. The mark in the module y changes nothing, so x.c stays.
     EXPECT_EQ("4A\n"
               "files x.c i.c y.c\n"
               "symbols x.c data: a=1/4\nsymbols i.c data: b=2/4\nsymbols x.c code: _f=10/1\n"
