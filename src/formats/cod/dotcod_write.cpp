@@ -37,12 +37,13 @@ struct cod_scope_t {
     std::vector<const dsym_t*> vars;
 };
 
-// A line or a symbol on its way to the line table; one of the two is set.
+// A line or a symbol on its way to the line table.
 struct cod_item_t {
-    const line_t* line;
-    const symbol_t* symbol;
+    const line_t* line; // null for a symbol
     uint32_t addr;
-    uint32_t length = 0; // addresses from here to the next line
+    uint32_t length; // addresses from here to the next line
+    uint32_t file;   // of a line, as is the number: at hand for the sort
+    uint32_t number;
 };
 
 struct cod_writer_t {
@@ -176,23 +177,23 @@ int order(T a, T b) {
 }
 
 // By address; at one address lines come before symbols, and lines go by number.
-int compare_addresses(const cod_item_t& a, const cod_item_t& b) {
+constexpr auto compare_addresses = [](const cod_item_t& a, const cod_item_t& b) {
     if (a.addr != b.addr) {
         return order(a.addr, b.addr);
     }
     if (a.line == nullptr || b.line == nullptr) {
         return order(a.line == nullptr, b.line == nullptr);
     }
-    return order(a.line->number, b.line->number);
-}
+    return order(a.number, b.number);
+};
 
 // Symbols first, all alike; then lines by file and number.
-int compare_lines(const cod_item_t& a, const cod_item_t& b) {
+constexpr auto compare_lines = [](const cod_item_t& a, const cod_item_t& b) {
     if (a.line == nullptr || b.line == nullptr) {
         return order(a.line != nullptr, b.line != nullptr);
     }
-    return a.line->file != b.line->file ? order(a.line->file, b.line->file) : order(a.line->number, b.line->number);
-}
+    return a.file != b.file ? order(a.file, b.file) : order(a.number, b.number);
+};
 
 // Lines with the addresses from each to the next line, in the order of the table. A symbol behind a line cuts it to one
 // address.
@@ -200,10 +201,10 @@ std::vector<cod_item_t> make_items(const model_t& model) {
     std::vector<cod_item_t> items;
     for (const file_t* const file : model.files) {
         for (const line_t* const line : file->lines) {
-            items.push_back({line, nullptr, line->start});
+            items.push_back({line, line->start, 0, line->file, line->number});
         }
         for (const symbol_t* const symbol : file->symbols) {
-            items.push_back({nullptr, symbol, symbol->value});
+            items.push_back({nullptr, symbol->value, 0, 0, 0});
         }
     }
     sort_array(items.data(), items.size(), compare_addresses);
@@ -241,9 +242,9 @@ void put_line_code(cod_writer_t& writer, const cod_item_t& item) {
         alert(writer.run, 413, writer.name);
     }
     const uint32_t length = std::min(item.length, line_length_max);
-    put_line(writer, COD_SMOD_CODE, item.line->number, item.line->start);
+    put_line(writer, COD_SMOD_CODE, item.number, item.addr);
     for (uint32_t k = 1; k < length; ++k) {
-        put_line(writer, COD_SMOD_FURTHER, item.line->number, item.line->start + k);
+        put_line(writer, COD_SMOD_FURTHER, item.number, item.addr + k);
     }
 }
 
@@ -261,16 +262,16 @@ void write_lines(cod_writer_t& writer) {
             break;
         }
         // Items are sorted by file, so each file begins once.
-        if (item.line->file != current_file) {
-            current_file = item.line->file;
+        if (item.file != current_file) {
+            current_file = item.file;
             last_number = 0;
             writer.source_names.push_back(writer.run.model.files[current_file - 1]->name);
             put_line(writer, COD_SMOD_FILE, 0, 0);
         }
-        if (item.line->number > last_number) {
-            put_gap(writer, last_number + 1, item.line->number);
+        if (item.number > last_number) {
+            put_gap(writer, last_number + 1, item.number);
         }
-        last_number = item.line->number;
+        last_number = item.number;
         if (code_segment != 0 && item.line->segment == code_segment) {
             put_line_code(writer, item);
         }
