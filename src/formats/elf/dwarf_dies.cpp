@@ -128,7 +128,7 @@ void die_put32(const dwarf_writer_t& writer, die_t& die, uint32_t value) {
 }
 
 void die_put_text(die_t& die, text_t text) {
-    die.bytes.append(text.substr(0, text.find('\0')));
+    die.bytes.append(c_text(text));
     die.bytes.push_back('\0');
 }
 

@@ -69,11 +69,11 @@ std::vector<unit_line_t> lines_of_unit(const dwarf_writer_t& writer) {
 
 void put_tables(std::string& out, const unit_files_t& files) {
     for (size_t k = 1; k < files.dirs.size(); ++k) {
-        out.append(files.dirs[k]).push_back('\0');
+        out.append(c_text(files.dirs[k])).push_back('\0');
     }
     out.push_back('\0');
     for (size_t k = 1; k < files.files.size(); ++k) {
-        out.append(files.files[k].name).push_back('\0');
+        out.append(c_text(files.files[k].name)).push_back('\0');
         uleb128_write(out, files.files[k].dir);
         out.append(2, '\0'); // time and length, not known
     }

@@ -19,8 +19,10 @@ namespace {
 
 constexpr size_t end_name_limit = 127; // characters of "__end_of..."
 
-// Above this many bytes no further unit is begun: modules that all name one long file would fill any memory.
+// Above this many bytes nothing more is told: modules that all name one long file would fill any memory.
 constexpr size_t sections_limit = 0x40000000;
+
+bool is_full(const dwarf_writer_t& writer) { return writer.info.size() + writer.line.size() > sections_limit; }
 
 void dwarf_scope(dwarf_writer_t& writer, const dsym_t& scope);
 
@@ -229,7 +231,7 @@ void dwarf_function(dwarf_writer_t& writer, const dsym_t& function) {
 // ------------------------------------------------------------------------------------------------
 
 void dwarf_scope(dwarf_writer_t& writer, const dsym_t& scope) {
-    for (uint32_t k = 0; k < scope.scope->members.size(); ++k) {
+    for (uint32_t k = 0; k < scope.scope->members.size() && !is_full(writer); ++k) {
         dsym_t& node = *scope.scope->members[k];
         switch (node.sclass) {
         case SC_EXTERN:
@@ -277,7 +279,7 @@ void patch_pc_range(dwarf_writer_t& writer, size_t low_pc_at, size_t unit_die_en
 }
 
 void dwarf_unit(dwarf_writer_t& writer, const dsym_t& module) {
-    if (writer.info.size() + writer.line.size() > sections_limit) {
+    if (is_full(writer)) {
         alert(writer.run, 157, die_limit);
         return;
     }
@@ -290,6 +292,9 @@ void dwarf_unit(dwarf_writer_t& writer, const dsym_t& module) {
     const size_t low_pc_at = begin_unit(writer, module, parent);
     const size_t unit_die_end = writer.info.size();
     dwarf_scope(writer, module);
+    if (is_full(writer)) {
+        alert(writer.run, 157, die_limit);
+    }
     if (parent) {
         dwarf_end_children(writer);
     }

@@ -161,6 +161,8 @@ void die_begin(dwarf_writer_t& writer, die_t& die, shape_t shape);
 void die_put8(die_t& die, uint32_t value);
 void die_put16(const dwarf_writer_t& writer, die_t& die, uint32_t value);
 void die_put32(const dwarf_writer_t& writer, die_t& die, uint32_t value);
+// A text as the file can hold it: up to a NUL.
+inline text_t c_text(text_t text) { return text.substr(0, text.find('\0')); }
 void die_put_text(die_t& die, text_t text);                                 // and its NUL; none is the empty text
 void die_put_type(const dwarf_writer_t& writer, die_t& die, uint32_t type); // ref4 to that entry of `types`
 // Ends the children that belong to the DIE itself and sets its first attribute, the sibling, to what lies behind them.

@@ -34,8 +34,7 @@ struct elf_writer_t {
     text_t name; // of the output file
     const elf_ext_t& ext;
     std::array<uint8_t, ELF_HEADER_SIZE> header{};
-    std::string strtab{'\0'}, shstrtab{'\0'};
-    std::vector<uint8_t> symtab{};
+    std::string strtab{'\0'}, shstrtab{'\0'}, symtab{};
     std::vector<section_header_t> sections{1}; // the first is all zeros
     std::vector<program_header_t> phdrs{1};    // the first is that of the table itself
     dsym_finder_t nodes{};                     // of the tree, by name
@@ -266,7 +265,7 @@ void add_elf_symbol(elf_writer_t& writer, uint32_t section_index, const symbol_t
     record[ST_INFO] = static_cast<uint8_t>(binding << 4 | symbol_type(writer, symbol));
     record[ST_OTHER] = writer.ext.symbol_other(symbol);
     write16(record + ST_SHNDX, section_index == 0 ? SHN_ABS : section_index, order);
-    writer.symtab.insert(writer.symtab.end(), record, record + ELF_SYMBOL_SIZE);
+    writer.symtab.append(reinterpret_cast<const char*>(record), ELF_SYMBOL_SIZE);
 }
 
 void add_elf_symbols(elf_writer_t& writer, uint32_t section_index, const std::vector<const symbol_t*>& symbols) {
@@ -369,9 +368,9 @@ bool put_segments(elf_writer_t& writer) {
 // --------------------------------------------------------------------------------------------
 
 // A section that is neither code nor data: its bytes go to the present position.
-section_header_t put_plain_section(elf_writer_t& writer, text_t name, uint32_t type, text_t bytes) {
+section_header_t put_plain_section(elf_writer_t& writer, text_t name, uint32_t type, const std::string& bytes) {
     section_header_t section;
-    section.name = elf_string(writer.shstrtab, name);
+    section.name = elf_string(writer.shstrtab, name); // which may be `bytes`: the table holds its own name, too
     section.type = type;
     section.offset = static_cast<uint32_t>(writer.out.position);
     section.size = static_cast<uint32_t>(bytes.size());
@@ -381,8 +380,7 @@ section_header_t put_plain_section(elf_writer_t& writer, text_t name, uint32_t t
 
 void put_symbols(elf_writer_t& writer) {
     const uint32_t strtab = add_section(writer, put_plain_section(writer, ".strtab", SHT_STRTAB, writer.strtab));
-    const text_t symbols(reinterpret_cast<const char*>(writer.symtab.data()), writer.symtab.size());
-    section_header_t section = put_plain_section(writer, ".symtab", SHT_SYMTAB, symbols);
+    section_header_t section = put_plain_section(writer, ".symtab", SHT_SYMTAB, writer.symtab);
     section.entsize = ELF_SYMBOL_SIZE;
     section.link = strtab;
     add_section(writer, section);
@@ -399,15 +397,8 @@ void put_debug_sections(elf_writer_t& writer) {
 }
 
 void put_section_names(elf_writer_t& writer) {
-    // The table holds its own name, too.
-    section_header_t section;
-    section.name = elf_string(writer.shstrtab, ".shstrtab");
-    section.type = SHT_STRTAB;
-    section.offset = static_cast<uint32_t>(writer.out.position);
-    section.size = static_cast<uint32_t>(writer.shstrtab.size());
-    put_text(writer.out, writer.shstrtab);
-    const uint32_t section_index = add_section(writer, section);
-    write16(writer.header.data() + E_SHSTRNDX, section_index, writer.run.big_endian);
+    const section_header_t section = put_plain_section(writer, ".shstrtab", SHT_STRTAB, writer.shstrtab);
+    write16(writer.header.data() + E_SHSTRNDX, add_section(writer, section), writer.run.big_endian);
 }
 
 void put_header_tables(elf_writer_t& writer) {

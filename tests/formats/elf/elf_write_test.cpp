@@ -230,6 +230,34 @@ TEST(ElfWrite, SymbolTypesComeFromTheTree) {
                                  "_other 17 10 00 1\n");
 }
 
+// ---- behind other outputs of the same run
+// -----------------------------------------------------------------------------
+
+elf_view_t run_elf_behind(const std::string& output, std::vector<std::string> args, const files_t& files) {
+    args.push_back(output);
+    return run_elf(std::move(args), files);
+}
+
+TEST(ElfWrite, FindsWhatEarlierOutputsLeave) {
+    // COD settles which spaces hold code, where -n did not.
+    const files_t dspic = {
+        {"d.sym", two_spaces                          },
+        {"d.hex", ":0401000001020304F1\n:00000001FF\n"}
+    };
+    const elf_view_t halved = run_elf_behind("-ocod", {"d.sym", "d.hex", "-p30F6014,dsPIC"}, dspic);
+    EXPECT_EQ(sections_text(halved).substr(11, 17), "text 1 6 80 34 4\n");
+    // COFF is always little-endian and does not turn back to what -b said.
+    EXPECT_TRUE(run_elf({"d.sym", "d.hex", "-pARM7", "-b"}, dspic).big_endian);
+    EXPECT_FALSE(run_elf_behind("-omcoff", {"d.sym", "d.hex", "-p16F877,877", "-nCODE", "-b"}, dspic).big_endian);
+    // On PIC the place of a local is sought by a name made for it, which stays: now the symbol is known to the tree.
+    const files_t pic = {
+        {"p.sym", "_f 10 0 CODE\nf@a 11 0 CODE\n%segments\ntext 10 1F CODE\n%locals\np.obj\n"},
+        {"p.sdb", "[p ]\n\"1 p.c\n[v _f `(v 1 e 0 0 ]\n{ [v _a `i 1 a 2 0 ] }\n"             }
+    };
+    EXPECT_EQ(symbols_text(run_elf({"p.sym", "-p16F877"}, pic)), "_f 10 12 00 1\nf@a 11 10 00 1\n");
+    EXPECT_EQ(symbols_text(run_elf_behind("-ocod", {"p.sym", "-p16F877"}, pic)), "_f 10 12 00 1\nf@a 11 11 00 1\n");
+}
+
 // ---- failures
 // --------------------------------------------------------------------------------------------------------
 
