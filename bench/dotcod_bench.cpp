@@ -1,22 +1,11 @@
 // COD and Holtek DBG written and printed: lines and symbols by the million, image bytes, a tree of many functions.
-#include <benchmark/benchmark.h>
-
-#include "common/print.h"
-#include "driver/run.h"
+#include "run_on.h"
 
 namespace tavrel {
 namespace {
 
-void run_on(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
-    const host_t host = memory_host(memory);
-    for (auto _ : state) {
-        memory.out.clear();
-        memory.err.clear();
-        benchmark::DoNotOptimize(tavrel_run(args, host));
-    }
-    if (!memory.err.empty()) {
-        state.SkipWithError(memory.err.substr(0, 200).c_str());
-    }
+void measure(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
+    run_on(state, args, memory);
     state.SetItemsProcessed(state.range(0) * static_cast<int64_t>(state.iterations()));
 }
 
@@ -40,7 +29,7 @@ std::string symbol_file(uint32_t lines) {
 void write_lines(benchmark::State& state, const char* key) {
     memory_files_t memory;
     memory.files["a.sym"] = symbol_file(static_cast<uint32_t>(state.range(0)));
-    run_on(state, {"a.sym", key, "out"}, memory);
+    measure(state, {"a.sym", key, "out"}, memory);
 }
 void cod_lines(benchmark::State& state) { write_lines(state, "-ocod"); }
 void htk_lines(benchmark::State& state) { write_lines(state, "-ohtk"); }
@@ -65,7 +54,7 @@ void tree(benchmark::State& state, const char* processor, const char* key) {
     }
     memory.files["x.sym"] = symbols + lines;
     memory.files["x.sdb"] = sdb;
-    run_on(state, {processor, "x.sym", key, "out"}, memory);
+    measure(state, {processor, "x.sym", key, "out"}, memory);
 }
 void cod_tree(benchmark::State& state) { tree(state, "-p18F452", "-ocod"); }
 void htk_tree(benchmark::State& state) { tree(state, "-pHT48", "-ohtk"); }
@@ -77,7 +66,7 @@ void print_file(benchmark::State& state, const char* write_key, const char* read
     memory_files_t memory;
     memory.files["a.sym"] = symbol_file(static_cast<uint32_t>(state.range(0)));
     tavrel_run({"a.sym", write_key, "out.x"}, memory_host(memory));
-    run_on(state, {"-d", read_key, "out.x"}, memory);
+    measure(state, {"-d", read_key, "out.x"}, memory);
 }
 void cod_print(benchmark::State& state) { print_file(state, "-ocod", "-icod"); }
 void htk_print(benchmark::State& state) { print_file(state, "-ohtk", "-ihtk"); }

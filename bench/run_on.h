@@ -10,6 +10,7 @@ namespace tavrel {
 
 inline void run_on(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
     for (auto _ : state) {
+        memory.out.clear();
         const host_t host = memory_host(memory);
         benchmark::DoNotOptimize(tavrel_run(args, host));
     }
