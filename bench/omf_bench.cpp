@@ -1,21 +1,8 @@
 // The 8051 formats over generated inputs: symbols and lines both ways, code brought out function by function, types.
-#include <benchmark/benchmark.h>
-
-#include "common/print.h"
-#include "driver/run.h"
+#include "run_on.h"
 
 namespace tavrel {
 namespace {
-
-void run_on(benchmark::State& state, const std::vector<std::string>& args, memory_files_t& memory) {
-    for (auto _ : state) {
-        const host_t host = memory_host(memory);
-        benchmark::DoNotOptimize(tavrel_run(args, host));
-    }
-    if (!memory.err.empty()) {
-        state.SkipWithError(memory.err.c_str());
-    }
-}
 
 // A symbol file of that many symbols and lines over 1,000 files.
 std::string symbol_file(int64_t count) {

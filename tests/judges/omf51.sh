@@ -9,8 +9,8 @@ for tool in sdcc srec_cmp; do
         exit 77
     fi
 done
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+. tests/judges/compare.inc
+part=pump
 cd "$work" || exit 1
 
 cat > pump.c <<'END_OF_C'
@@ -59,10 +59,9 @@ if ! { sdcc -mmcs51 --debug -c scale.c && sdcc -mmcs51 --debug -c pump.c && sdcc
     exit 77
 fi
 
-status=0
 fail() {
     echo "$*"
-    status=1
+    failed=1
 }
 same_image() { # FILE of ours: the image of SDCC's own hex file
     srec_cmp "$1" -intel pump.ihx -intel 2>>log || fail "$1 differs from pump.ihx"
@@ -82,11 +81,12 @@ done
 "$tavrel" -iomf51 -d pump.omf >dump || fail "-d: status $?"
 awk '/@/ { public = /Public symbols/ } public && /\t\tSEG/ { print $NF, substr($(NF - 1), 3, 4) }' dump | sort -u >ours
 sed -n 's/^L:G\$\([^$]*\)\$.*:\([0-9A-F]*\)$/\1 0000\2/p' pump.cdb | sed 's/ .*\(....\)$/ \1/' | sort -u >theirs
-comm -3 ours theirs >differ
-[ -s ours ] && [ ! -s differ ] || fail "public symbols differ: $(cat differ)"
+[ -s ours ] || fail "no public symbols"
+compare "public symbols"
 awk '/\t\tSEG.*line/ { print $NF, substr($4, 3, 4) }' dump | sort -u >ours
-sed -n 's/^L:C\$[^$]*\$\([0-9]*\)\$.*:\([0-9A-F]*\)$/\1 0000\2/p' pump.cdb | sed 's/ .*\(....\)$/ \1/' | sort -u >theirs
-comm -23 ours theirs >differ
-[ -s ours ] && [ ! -s differ ] || fail "lines that SDCC does not know: $(cat differ)"
+sed -n 's/^L:C\$[^$]*\$\([0-9]*\)\$.*:\([0-9A-F]*\)$/\1 0000\2/p' pump.cdb | sed 's/ .*\(....\)$/ \1/' | sort -u >all
+comm -12 ours all >theirs # SDCC knows more places of a line
+[ -s ours ] || fail "no lines"
+compare "lines"
 grep -q "Module END, len  10: Name: 'pump'" dump || fail "the dump has no end"
-exit $status
+exit $failed

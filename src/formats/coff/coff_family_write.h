@@ -104,7 +104,7 @@ struct coff_tag_t {
 // One run of a writer. Symbol indices count records, auxiliary ones included.
 struct coff_writer_t {
     // `unnamed` is the running number of generated names, kept by the run.
-    coff_writer_t(run_t& run, output_t& out, text_t name, const coff_rules_t& rules, uint32_t& unnamed);
+    coff_writer_t(run_t& of_run, output_t& to, text_t output_name, const coff_rules_t& with_rules, uint32_t& unnamed);
 
     run_t& run;
     output_t& out;

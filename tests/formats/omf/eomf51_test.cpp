@@ -8,6 +8,7 @@ namespace {
 
 using testing::bodies_of;
 using testing::bytes;
+using testing::dumped;
 using testing::files_t;
 using testing::listed;
 using testing::message_texts;
@@ -88,16 +89,6 @@ TEST(eomf51, typed_entries_read_like_plain_ones) {
 
 // ---- the print
 
-std::string dumped(const std::string& input) {
-    const result_t result = run_program(
-        {
-            "--edf=m", "-d", "-ieomf51", "in"
-    },
-        {{"in", input}, {"m", message_texts}}, {{"TZ", "UTC"}});
-    EXPECT_EQ(result.status, 0) << result.err;
-    return result.out;
-}
-
 TEST(eomf51, print_of_each_record) {
     struct case_t {
         int type;
@@ -160,13 +151,13 @@ TEST(eomf51, print_of_each_record) {
     };
     // clang-format on
     for (const case_t& test : cases) {
-        EXPECT_EQ(dumped(record(test.type, bytes(test.body))),
+        EXPECT_EQ(dumped("eomf51", record(test.type, bytes(test.body))),
                   std::string("Extended OMF-51 file dump:\n\n@0000 ") + test.text + "\n");
     }
 }
 
 TEST(eomf51, print_goes_on_behind_an_unknown_record) {
-    EXPECT_EQ(dumped(record(0x30, "") + record(0x10, bytes("03 00"))),
+    EXPECT_EQ(dumped("eomf51", record(0x30, "") + record(0x10, bytes("03 00"))),
               "Extended OMF-51 file dump:\n\n@0000    Unknown(0x30), len   1: \n"
               "@0004        Scope Def, len   3: Module block end; Name = ''\n\n");
 }
@@ -176,7 +167,7 @@ TEST(eomf51, item_numbers_go_on_beyond_one_byte) {
     for (int k = 0; k < 225; ++k) {
         body += bytes("23 04 00");
     }
-    EXPECT_NE(dumped(record(0x20, body))
+    EXPECT_NE(dumped("eomf51", record(0x20, body))
                   .find("\n                           0xFF = Function returning signed int no parms\n"
                         "                           0x100 = Function"),
               std::string::npos);

@@ -272,5 +272,24 @@ TEST(eomf51_types, lists_that_do_not_fit_are_left_out) {
     EXPECT_EQ(numbers_of(result), "21\n");
 }
 
+// Depth costs no stack: pointers, and structs that lead to each other.
+TEST(eomf51_types, deep_types) {
+    std::string sdb;
+    for (int k = 0; k < 20000; ++k) {
+        sdb += "[s S" + std::to_string(k) + " . 2 `S" + std::to_string(k + 1) + " x 2 0 ]\n";
+    }
+    const result_t chain = run_program({"-w1", "--edf=m", "-p8051", "in.sym", "-oeomf51", "o.x"}, [&] {
+        files_t files;
+        files["m"] = message_texts;
+        files["in.sym"] = "%locals\nm.obj\n_A 0 0 DATA\n";
+        files["m.sdb"] = "[p SPACEOPT ]\n" + sdb + "[v _A `S0 1 e 2 0 ]\n";
+        return files;
+    }());
+    EXPECT_EQ(chain.err, "");
+    EXPECT_GT(bodies_of(chain.files.at("o.x"), 0x20).at(0).size(), 32750u);
+    const result_t pointers = run_on("[v _A `" + std::string(16000, '*') + "c 1 e 2 0 ]");
+    EXPECT_EQ(bodies_of(pointers.files.at("o.x"), 0x20).at(0).size(), 32760u);
+}
+
 } // namespace
 } // namespace tavrel

@@ -10,6 +10,7 @@ namespace {
 
 using testing::bodies_of;
 using testing::bytes;
+using testing::dumped;
 using testing::files_t;
 using testing::hex;
 using testing::listed;
@@ -275,17 +276,6 @@ TEST(omf51, round_trip) {
 
 // ---- the print
 
-std::string dumped(const std::string& input, const std::vector<std::string>& options = {}) {
-    std::vector<std::string> args = {"--edf=m", "-d", "-iomf51", "in"};
-    args.insert(args.begin(), options.begin(), options.end());
-    const result_t result = run_program(args, {
-                                                  {"in", input        },
-                                                  {"m",  message_texts}
-    });
-    EXPECT_EQ(result.status, 0) << result.err;
-    return result.out;
-}
-
 TEST(omf51, print_of_each_record) {
     struct case_t {
         int type;
@@ -334,7 +324,7 @@ TEST(omf51, print_of_each_record) {
     };
     // clang-format on
     for (const case_t& test : cases) {
-        EXPECT_EQ(dumped(record(test.type, bytes(test.body))),
+        EXPECT_EQ(dumped("omf51", record(test.type, bytes(test.body))),
                   std::string("OMF-51 file dump:\n\n@0000 ") + test.text + "\n");
     }
 }
@@ -345,12 +335,12 @@ TEST(omf51, print_shows_bytes_when_asked_and_ends_at_damage) {
                               bytes("00 00 00 04 00 00");
     const std::string places[] = {"@0000    Module header, len   4: Name: ''; TRN ID = 0xFF\n",
                                   "@0007    Unknown(0x30), len   3: \n", "@000D     Unknown(0x0), len   0: \n"};
-    EXPECT_EQ(dumped(input), "OMF-51 file dump:\n\n" + places[0] + places[1] + places[2] + "\n");
-    EXPECT_EQ(dumped(input, {"-v"}), "OMF-51 file dump:\n\n" + places[0] + places[1] + "\t0000: 41 00" +
-                                         std::string(43, ' ') + "A.\n" + places[2] + "\n");
-    EXPECT_EQ(dumped(input, {"-v", "-v"}), "OMF-51 file dump:\n\n0000: 00 FF 00" + std::string(40, ' ') + "...\n" +
-                                               places[0] + "0000: 41 00" + std::string(43, ' ') + "A.\n" + places[1] +
-                                               places[2] + "\n");
+    EXPECT_EQ(dumped("omf51", input), "OMF-51 file dump:\n\n" + places[0] + places[1] + places[2] + "\n");
+    EXPECT_EQ(dumped("omf51", input, {"-v"}), "OMF-51 file dump:\n\n" + places[0] + places[1] + "\t0000: 41 00" +
+                                                  std::string(43, ' ') + "A.\n" + places[2] + "\n");
+    EXPECT_EQ(dumped("omf51", input, {"-v", "-v"}), "OMF-51 file dump:\n\n0000: 00 FF 00" + std::string(40, ' ') +
+                                                        "...\n" + places[0] + "0000: 41 00" + std::string(43, ' ') +
+                                                        "A.\n" + places[1] + places[2] + "\n");
 }
 
 } // namespace

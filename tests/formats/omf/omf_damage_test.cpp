@@ -43,19 +43,13 @@ void use(const std::string& file) {
 }
 
 TEST(omf_damage, cut_at_every_byte) {
-    const auto dumped = [](const std::string& file) {
-        std::string out = run_program(
-                              {
-                                  "-d", "-ieomf51", "in"
-        },
-                              {{"in", file}})
-                              .out;
-        out.pop_back(); // the line between files
-        return out;
+    const auto printed = [](const std::string& file) {
+        const std::string out = testing::dumped("eomf51", file);
+        return out.substr(0, out.size() - 1); // without the line between files
     };
-    const std::string all = dumped(whole);
+    const std::string all = printed(whole);
     for (size_t size = 0; size < whole.size(); ++size) {
-        EXPECT_TRUE(all.starts_with(dumped(whole.substr(0, size)))) << size; // what was read before stays
+        EXPECT_TRUE(all.starts_with(printed(whole.substr(0, size)))) << size; // what was read before stays
         use(whole.substr(0, size));
     }
 }

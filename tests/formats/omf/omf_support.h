@@ -71,4 +71,17 @@ inline const std::string message_texts = "1040 0 sum of %d is %d\n"
                                          "1042 E unknown %s %d\n"
                                          "622 0 full: %s\n";
 
+// What `-d` prints of a file under a key.
+inline std::string dumped(const std::string& key, const std::string& file, std::vector<std::string> options = {}) {
+    options.insert(options.end(), {"--edf=m", "-d", "-i" + key, "in"});
+    files_t files;
+    files["in"] = file;
+    files["m"] = message_texts;
+    return run_program(options, files,
+                       {
+                           {"TZ", "UTC"}
+    })
+        .out;
+}
+
 } // namespace tavrel::testing
