@@ -1,10 +1,12 @@
 #include "common/alert.h"
 
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <utility>
 
 #include "common/alert_file.h"
+#include "common/message_numbers.h"
 #include "common/osdep.h"
 #include "common/registry.h"
 
@@ -50,6 +52,9 @@ std::string system_text(int system_error) { return system_error == 0 ? std::stri
 // The text with each `%m` replaced by the system's words (whose own `%`, if any, stay what they are).
 std::string with_system_text(text_t text, int system_error) {
     std::string result;
+    if (text.find("%m") == text_t::npos) {
+        return result.append(text);
+    }
     for (size_t percent = text.find('%'); percent != text_t::npos; percent = text.find('%')) {
         const text_t conversion = text.substr(percent, 2);
         result.append(text.substr(0, percent));
@@ -312,6 +317,18 @@ bool begins_with_off(text_t text) {
            std::equal(off.begin(), off.end(), text.begin(), [](char a, char b) { return a == (b | 0x20); });
 }
 
+// True if a call passes what its row promises to the texts; numbers without a row take anything.
+[[maybe_unused]] bool fits_row(uint32_t number, std::span<const print_arg_t> args) {
+    const auto* const row = std::ranges::find(message_rows, number, &message_row_t::number);
+    if (row == std::end(message_rows)) {
+        return true;
+    }
+    const text_t kinds = row->args;
+    return kinds.size() <= args.size() &&
+           std::equal(kinds.begin(), kinds.end(), args.begin(),
+                      [](char kind, const print_arg_t& arg) { return arg.is_text == (kind == 's'); });
+}
+
 } // namespace
 
 void error_print_text(messages_t& messages, text_t text) {
@@ -321,6 +338,7 @@ void error_print_text(messages_t& messages, text_t text) {
 }
 
 void alert_list(messages_t& messages, uint32_t number, std::span<const print_arg_t> args) {
+    assert(fits_row(number, args));
     look_for_description_file(messages);
     const msg_t* message = find_in(messages.msg_table, number);
     if (message == nullptr) {

@@ -7,8 +7,10 @@
 
 #include <cassert>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
+#include "common/print.h"
 #include "common/vector.h"
 
 namespace tavrel {
@@ -20,6 +22,19 @@ struct word_ops_t {
     static uint32_t hash(uint32_t key) { return key; }
     static uint64_t spread(uint32_t key) { return key * 0x9E3779B97F4A7C15u; }
     static bool differs(uint32_t a, uint32_t b) { return a != b; }
+};
+
+// The same for keys that are texts, which the table does not own.
+struct text_ops_t {
+    static uint32_t hash(text_t key) { // h = 2 * h + c over the unsigned characters
+        uint32_t h = 0;
+        for (const char c : key) {
+            h = 2 * h + static_cast<uint8_t>(c);
+        }
+        return h;
+    }
+    static uint64_t spread(text_t key) { return std::hash<text_t>()(key); }
+    static bool differs(text_t a, text_t b) { return a != b; }
 };
 
 template <class K, class V, class Ops = word_ops_t>

@@ -98,16 +98,22 @@ conversion_t read_conversion(text_t format, size_t& at, arg_reader_t& reader) {
     return spec;
 }
 
+void put_fill(std::string& out, size_t count, char c) {
+    if (count != 0) {
+        out.append(count, c);
+    }
+}
+
+size_t room(int width, size_t used) {
+    const auto wanted = static_cast<size_t>(width);
+    return wanted > used ? wanted - used : 0;
+}
+
 void put_padded(std::string& out, text_t text, const conversion_t& spec) {
-    const size_t fill =
-        static_cast<size_t>(spec.width) > text.size() ? static_cast<size_t>(spec.width) - text.size() : 0;
-    if (!spec.left) {
-        out.append(fill, ' ');
-    }
+    const size_t fill = room(spec.width, text.size());
+    put_fill(out, spec.left ? 0 : fill, ' ');
     out.append(text);
-    if (spec.left) {
-        out.append(fill, ' ');
-    }
+    put_fill(out, spec.left ? fill : 0, ' ');
 }
 
 void put_text(std::string& out, text_t text, const conversion_t& spec) {
@@ -117,72 +123,69 @@ void put_text(std::string& out, text_t text, const conversion_t& spec) {
     put_padded(out, text, spec);
 }
 
-// Writes the digits of a number in front of `end`, none for 0; gives the first. Most numbers have 32 bits, where a
-// division costs a fraction of one of 64.
-char* put_decimal(char* end, uint64_t value) {
-    for (; value > UINT32_MAX; value /= 10) {
-        *--end = static_cast<char>('0' + value % 10);
+// Writes the digits in front of `last`; gives the first one. Of 0 there is none. A base known to the compiler makes the
+// divisions cheap.
+template <unsigned base>
+char* put_digits(char* last, uint64_t value, const char* digits) {
+    for (; value > UINT32_MAX; value /= base) {
+        *--last = digits[value % base];
     }
-    for (auto rest = static_cast<uint32_t>(value); rest != 0; rest /= 10) {
-        *--end = static_cast<char>('0' + rest % 10);
+    for (auto rest = static_cast<uint32_t>(value); rest != 0; rest /= base) {
+        *--last = digits[rest % base];
     }
-    return end;
+    return last;
+}
+
+char* put_digits(char* last, uint64_t value, char letter) {
+    switch (letter) {
+    case 'X': return put_digits<16>(last, value, "0123456789ABCDEF");
+    case 'x': return put_digits<16>(last, value, "0123456789abcdef");
+    case 'o': return put_digits<8>(last, value, "01234567");
+    default: return put_digits<10>(last, value, "0123456789");
+    }
+}
+
+// Takes the sign off a number of `spec.bits` bits.
+text_t take_sign(uint64_t& value, const conversion_t& spec) {
+    if ((value >> (spec.bits - 1) & 1) != 0) {
+        value = (spec.bits < 64 ? uint64_t(1) << spec.bits : 0) - value;
+        return "-";
+    }
+    return spec.plus ? "+" : spec.blank ? " " : "";
 }
 
 void put_number(std::string& out, uint64_t value, const conversion_t& spec) {
     if (spec.bits < 64) {
         value &= (uint64_t(1) << spec.bits) - 1;
     }
-    const bool is_signed = spec.letter == 'd' || spec.letter == 'i';
     text_t sign;
-    if (is_signed) {
-        if ((value >> (spec.bits - 1) & 1) != 0) {
-            value = (spec.bits < 64 ? uint64_t(1) << spec.bits : 0) - value;
-            sign = "-";
-        } else if (spec.plus) {
-            sign = "+";
-        } else if (spec.blank) {
-            sign = " ";
-        }
+    if (spec.letter == 'd' || spec.letter == 'i') {
+        sign = take_sign(value, spec);
+    } else if (spec.alternate && value != 0) {
+        sign = spec.letter == 'X' ? "0X" : spec.letter == 'x' ? "0x" : "";
     }
-    const unsigned base = spec.letter == 'x' || spec.letter == 'X' ? 16 : spec.letter == 'o' ? 8 : 10;
-    const char* digits = spec.letter == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
     char buffer[24];
-    char* first = buffer + sizeof buffer;
-    const char* const last = first;
-    if (base == 10) {
-        first = put_decimal(first, value);
-    } else {
-        const unsigned shift = base == 16 ? 4 : 3;
-        for (uint64_t rest = value; rest != 0; rest >>= shift) {
-            *--first = digits[rest & (base - 1)];
-        }
-    }
+    char* const last = buffer + sizeof buffer;
+    char* first = put_digits(last, value, spec.letter);
     if (value == 0 && spec.precision != 0) {
         *--first = '0';
     }
-    if (spec.alternate && base == 16 && value != 0) {
-        sign = spec.letter == 'X' ? "0X" : "0x";
-    }
-    auto count = static_cast<size_t>(last - first);
+    const auto count = static_cast<size_t>(last - first);
     size_t zeros = 0;
     if (spec.precision >= 0) {
-        zeros = static_cast<size_t>(spec.precision) > count ? static_cast<size_t>(spec.precision) - count : 0;
-    } else if (spec.zero && !spec.left && static_cast<size_t>(spec.width) > count + sign.size()) {
-        zeros = static_cast<size_t>(spec.width) - count - sign.size();
+        zeros = room(spec.precision, count);
+    } else if (spec.zero && !spec.left) {
+        zeros = room(spec.width, count + sign.size());
     }
-    if (spec.alternate && base == 8 && zeros == 0 && (count == 0 || *first != '0')) {
+    if (spec.alternate && spec.letter == 'o' && zeros == 0 && (count == 0 || *first != '0')) {
         zeros = 1;
     }
-    const size_t length = sign.size() + zeros + count;
-    const size_t fill = static_cast<size_t>(spec.width) > length ? static_cast<size_t>(spec.width) - length : 0;
-    if (!spec.left) {
-        out.append(fill, ' ');
-    }
-    out.append(sign).append(zeros, '0').append(first, count);
-    if (spec.left) {
-        out.append(fill, ' ');
-    }
+    const size_t fill = room(spec.width, sign.size() + zeros + count);
+    put_fill(out, spec.left ? 0 : fill, ' ');
+    out.append(sign);
+    put_fill(out, zeros, '0');
+    out.append(first, count);
+    put_fill(out, spec.left ? fill : 0, ' ');
 }
 
 void put_conversion(std::string& out, conversion_t spec, arg_reader_t& reader) {

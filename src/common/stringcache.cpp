@@ -18,14 +18,6 @@ std::string& open_scratch(stringcache_t& cache, size_t size) {
 
 } // namespace
 
-uint32_t interned_ops_t::hash(text_t key) {
-    uint32_t h = 0;
-    for (const char c : key) {
-        h = static_cast<uint8_t>(c) + 2 * h;
-    }
-    return h;
-}
-
 text_t cache_string(stringcache_t& cache, text_t text) {
     if (is_none(text)) {
         return text;

@@ -5,7 +5,6 @@
 // Paths are joined and taken apart with `\`, on all hosts; host_path (osdep.h) turns them into what the host opens.
 #pragma once
 
-#include <functional>
 #include <string>
 
 #include "common/alloc.h"
@@ -14,16 +13,10 @@
 
 namespace tavrel {
 
-struct interned_ops_t { // h = c + 2 * h over the unsigned characters
-    static uint32_t hash(text_t key);
-    static uint64_t spread(text_t key) { return std::hash<text_t>()(key); }
-    static bool differs(text_t a, text_t b) { return a != b; }
-};
-
 struct stringcache_t {
-    hash_t<text_t, text_t, interned_ops_t> table{127}; // key and value are the stored copy
-    text_arena_t texts;                                // owns the copies
-    std::string scratch;                               // results in the making; only its capacity outlives a call
+    hash_t<text_t, text_t, text_ops_t> table{127}; // key and value are the stored copy
+    text_arena_t texts;                            // owns the copies
+    std::string scratch;                           // results in the making; only its capacity outlives a call
 };
 
 // The interned copy; none for none.

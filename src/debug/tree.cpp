@@ -24,14 +24,6 @@ bool walk_tree(const dsym_t& scope, const Visit& visit) {
 
 } // namespace
 
-uint32_t text_ops_t::hash(text_t key) {
-    uint32_t hash = 0;
-    for (const char c : key) {
-        hash = 2 * hash + static_cast<unsigned char>(c);
-    }
-    return hash;
-}
-
 bool is_function_type(type_t type) {
     type = skip_qualifiers(type);
     return type != nullptr && type->kind == TP_FUNC;

@@ -189,12 +189,6 @@ constexpr uint32_t type_depth_limit = 16384;
 // ---- the tree
 // --------------------------------------------------------------------------------------------------------
 
-struct text_ops_t { // h = 2 * h + c over the unsigned characters
-    static uint32_t hash(text_t key);
-    static uint64_t spread(text_t key) { return std::hash<text_t>()(key); }
-    static bool differs(text_t a, text_t b) { return a != b; }
-};
-
 // State of the tree and its readers; owns all nodes, types and texts.
 struct tree_t {
     dsym_t* current_scope = nullptr; // where new nodes go; the root at first

@@ -62,6 +62,8 @@ void read_abbreviations(section_reader_t reader, abbreviation_table_t& table, ui
     end = reader.at;
 }
 
+constexpr uint64_t cost_per_byte = 16; // of making a table, in bytes printed
+
 // The table of a unit, made when it is asked for the first time. Units whose tables lie inside one another, which no
 // compiler writes, neither fill the memory nor take time beyond the dump's budget.
 const abbreviation_table_t& table_at(abbreviations_t& all, uint32_t offset) {
@@ -78,7 +80,7 @@ const abbreviation_table_t& table_at(abbreviations_t& all, uint32_t offset) {
     abbreviation_table_t& table = all.tables.emplace(offset, abbreviation_table_t(1)).first->second;
     read_abbreviations(reader, table, end);
     all.held += end - offset;
-    all.dump.budget.scanned += end - offset;
+    all.dump.budget.scanned += cost_per_byte * (end - offset);
     return table;
 }
 
@@ -244,6 +246,7 @@ void print_entry_line(dwarf_dump_t& dump, const unit_t& unit, uint32_t tag, uint
     out += " (0x";
     put_hex(out, offset, 1);
     out += ")\n";
+    flush_some(dump.run.out);
 }
 
 void print_null_entry(dwarf_dump_t& dump, size_t indent) {
@@ -283,7 +286,7 @@ void print_tree(dwarf_dump_t& dump, unit_t& unit) {
 }
 
 void check_padding(dwarf_dump_t& dump, const unit_t& unit, bytes_t section) {
-    if (unit.where.at >= unit.end) {
+    if (unit.where.at >= unit.end || is_spent(dump.budget)) {
         return;
     }
     const bytes_t rest = section.subspan(unit.where.at, unit.end - unit.where.at);

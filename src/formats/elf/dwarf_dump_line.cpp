@@ -305,10 +305,11 @@ void run_define_file(line_program_t& p, uint64_t length, uint64_t end) {
 }
 
 void run_extended(line_program_t& p) {
+    const uint64_t start = p.reader.at - 1;
     const uint64_t length = p.reader.uleb128();
     if (length == 0) {
         if (!p.show_rows) {
-            alert(p.dump.run, 640, p.reader.at);
+            alert(p.dump.run, 640, start);
         }
         return;
     }

@@ -20,7 +20,7 @@ inline uint64_t elf_spent(const printer_t& out) { return out.flushed + out.text.
 
 inline elf_budget_t elf_budget(const printer_t& out, size_t file_size) {
     constexpr uint64_t base = 256u << 20;
-    constexpr uint64_t per_byte = 512;
+    constexpr uint64_t per_byte = 256;
     return {&out, elf_spent(out) + base + per_byte * file_size, 0, false};
 }
 
