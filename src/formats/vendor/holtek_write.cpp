@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "debug/machine.h"
 #include "debug/tree.h"
@@ -31,6 +32,7 @@ struct dbg_writer_t {
     uint32_t last_section = 0;
     const file_t* current_file = nullptr; // of the place in the tree; stays as an inner scope left it
     std::unordered_map<const dsym_t*, uint32_t> symbol_numbers{}; // of the variables written
+    std::unordered_map<type_t, type_t> elements{};                // of arrays met so far
 };
 
 // ---- records
@@ -149,16 +151,32 @@ text_t plain_name(text_t name) {
     return at + 1 < name.size() && name[at] == '_' && is_letter(name[at + 1]) ? name.substr(at + 1) : name;
 }
 
-dbg_symbol_type_t symbol_type(const dbg_writer_t& writer, type_t type) {
+// What arrays are made of. Arrays of arrays may lie thousands deep and belong to thousands of variables, so each array
+// is walked past once.
+type_t element_of(dbg_writer_t& writer, type_t type) {
+    std::vector<type_t> passed;
+    while (type->kind == TP_ARRAY && type->inner != nullptr) {
+        if (const auto known = writer.elements.find(type); known != writer.elements.end()) {
+            type = known->second;
+            break;
+        }
+        passed.push_back(type);
+        type = type->inner;
+    }
+    for (const type_t array : passed) {
+        writer.elements[array] = type;
+    }
+    return type;
+}
+
+dbg_symbol_type_t symbol_type(dbg_writer_t& writer, type_t type) {
     if (is_bit_type(type)) {
         return DBG_BIT;
     }
     if (is_function_type(type)) {
         return DBG_FAR_LABEL;
     }
-    while (type->kind == TP_ARRAY && type->inner != nullptr) {
-        type = type->inner;
-    }
+    type = element_of(writer, type);
     const bool is_float = type->kind == TP_BASE && type->value == ENC_FLOAT;
     switch (type_size(writer.run, type)) {
     case 2: return DBG_WORD;
