@@ -484,6 +484,7 @@ void put_long(cod_writer_t& writer, text_t name, cod_value_t value) {
     p = std::copy(name.begin(), name.end(), p);
     p = write16(p, value.type, 0);
     write32(p, value.value, 1);
+    writer.run.big_endian = 1; // the value's own order, and nothing sets it back
     writer.used += cod_long_head + length;
 }
 

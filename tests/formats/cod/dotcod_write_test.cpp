@@ -384,5 +384,19 @@ TEST(DotcodWrite, LeavesCodeSpacesAndDescribedSymbolsToLaterWriters) {
     EXPECT_EQ(hex(one.files.at("c.dbg")), hex(both.files.at("c.dbg")));
 }
 
+TEST(DotcodWrite, LeavesTheByteOrderOfItsLongSymbols) {
+    constexpr size_t data_encoding = 5; // of an ELF header: 1 little-endian, 2 big-endian
+    const auto order_behind = [](const testing::files_t& files) {
+        return run_program({"-p18F452,452", "x.hex", "-ocod", "b", "-oelf", "a"}, files)
+            .files.at("a.elf")[data_encoding];
+    };
+    EXPECT_EQ(1, order_behind({
+                     {"x.hex", "%locals\n"}
+    }));
+    EXPECT_EQ(2, order_behind({
+                     {"x.hex", "main 10 0 CODE\n"}
+    }));
+}
+
 } // namespace
 } // namespace tavrel::testing
