@@ -59,7 +59,7 @@ constexpr const char* matrix_heading = "\nGenerated line number matrix:\n\nstmt 
 // What the opcodes print, from the first on.
 std::string opcode_text(const dump_t& dump) { return behind(section_text(dump, line_heading), first_sequence); }
 
-TEST(DwarfLine, RunsAProgram) {
+TEST(DwarfLineDump, RunsAProgram) {
     // Lines 20 and 21 at 0x100 and 0x104, the end at 0x108, then line 30 at 0x10C without an end.
     const dump_t dump = dump_line(program("2A000000", "01 01 FB 0F 0A 00 01 01 01 01 00 00 00 00",
                                           "\"inc\" 00 \"src\" 00 00 \"a.c\" 00 01 00 00 \"b.c\" 00 02 8180808008 01 00",
@@ -96,7 +96,7 @@ TEST(DwarfLine, RunsAProgram) {
     EXPECT_EQ(dump.messages, "");
 }
 
-TEST(DwarfLine, RunsEveryOpcode) {
+TEST(DwarfLineDump, RunsEveryOpcode) {
     // Minimum length 4, not is_stmt, line base 1, line range 4, opcode base 13; opcodes 10 and 12 have operands.
     const dump_t dump = dump_line(program("13000000", "04 00 01 04 0D 00 01 01 01 01 00 00 00 01 01 00 02", empty_lists,
                                           "04 02 05 8101 06 07 01"
@@ -134,7 +134,7 @@ TEST(DwarfLine, RunsEveryOpcode) {
     EXPECT_EQ(dump.messages, "");
 }
 
-TEST(DwarfLine, BadExtendedOpcodes) {
+TEST(DwarfLineDump, BadExtendedOpcodes) {
     const dump_t dump = dump_line(simple("00 00 01"
                                          "00 04 02 112233 01"
                                          "00 01 02 01"
@@ -179,7 +179,7 @@ TEST(DwarfLine, BadExtendedOpcodes) {
                              "(642) length 3\n(640) at 66\n");
 }
 
-TEST(DwarfLine, ALineRangeOfZeroMovesByTheBase) {
+TEST(DwarfLineDump, ALineRangeOfZeroMovesByTheBase) {
     const dump_t dump =
         dump_line(program("10000000", "04 01 FB 00 0A 00 01 01 01 01 00 00 00 01", empty_lists, "FF 08 0A 00 01 01"));
     EXPECT_EQ(opcode_text(dump),
@@ -195,7 +195,7 @@ TEST(DwarfLine, ALineRangeOfZeroMovesByTheBase) {
 }
 
 // From the opcode base on every opcode is special, also where the standard has others.
-TEST(DwarfLine, TheOpcodeBaseDecides) {
+TEST(DwarfLineDump, TheOpcodeBaseDecides) {
     const dump_t dump = dump_line(program("0A000000", "01 01 00 01 04 00 01 00", empty_lists, "01 02 05 03 01 04 09"));
     EXPECT_EQ(behind(section_text(dump, line_heading), "opcode lengths:"),
               " 0 1 0(?)\nIncludes:\n        None\nFiles:\n        None\n" + std::string(first_sequence) +
@@ -214,7 +214,7 @@ TEST(DwarfLine, TheOpcodeBaseDecides) {
               " 1(?) 0(?) 2(?) 3(?) 4(?) 5(?) 6(?) 7 8\nInc");
 }
 
-TEST(DwarfLine, ChecksHeaders) {
+TEST(DwarfLineDump, ChecksHeaders) {
     const std::string sizes = "ver=2 prolog=16\nmin_len=1 def_stmt=true line_base=-5 line_range=15 opcode_base=";
     const std::string lengths = "opcode lengths: 0 1 1\nIncludes:\n";
     const auto check = [](const std::string& line, const std::string& text, const std::string& messages) {
@@ -240,7 +240,7 @@ TEST(DwarfLine, ChecksHeaders) {
           "(647) 10 not 16\n");
 }
 
-TEST(DwarfLine, FollowsReferences) {
+TEST(DwarfLineDump, FollowsReferences) {
     // Programs at 0 and at 20, the second of which claims to run beyond the section and is cut in an opcode.
     const dump_t dump = dump_line("10000000 0200 0A000000 01010001 04 00 01 01 00 00"
                                   "22000000 0200 0A000000 01010001 04 00 01 01 00 00 01 02",

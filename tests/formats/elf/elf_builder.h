@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -93,9 +92,14 @@ inline dump_t dump_files(const std::vector<std::string>& files, const std::vecto
     }
     const result_t result = run_program(args, inputs);
     dump_t dump = {result.out, ""};
-    const std::regex line("a\\.elf: (\\(.*\\) .*) \\(warning\\)\n|a\\.elf: (\\(0\\) .*)\n");
-    for (std::sregex_iterator at(result.err.begin(), result.err.end(), line), end; at != end; ++at) {
-        dump.messages += (*at)[1].str() + (*at)[2].str() + "\n";
+    const std::string context = "a.elf: ", warning = " (warning)";
+    for (size_t at = 0, end = 0; (end = result.err.find('\n', at)) != std::string::npos; at = end + 1) {
+        std::string line = result.err.substr(at, end - at);
+        if (line.compare(0, context.size(), context) == 0) {
+            line = line.substr(context.size());
+            const size_t tail = line.rfind(warning);
+            dump.messages += line.substr(0, tail) + "\n";
+        }
     }
     return dump;
 }
@@ -107,11 +111,16 @@ inline std::string section_text(const dump_t& dump, const std::string& heading) 
         return "no " + heading + " in\n" + dump.out;
     }
     const size_t from = start + heading.size() + 3;
-    const std::regex next("\n(?:\n(?:No .* \\(from \\.debug_\\w+\\)|[A-Z][a-z ]* \\(\\.debug_\\w+\\):)|No references "
-                          "to line number information)\n");
-    std::smatch found;
-    const std::string rest = dump.out.substr(from);
-    return std::regex_search(rest, found, next) ? rest.substr(0, static_cast<size_t>(found.position())) : rest;
+    for (size_t at = from; (at = dump.out.find('\n', at)) != std::string::npos; ++at) {
+        const std::string line = dump.out.substr(at + 1, dump.out.find('\n', at + 1) - at - 1);
+        const std::string next = dump.out.substr(at + 2, dump.out.find('\n', at + 2) - at - 2);
+        const bool heads =
+            next.find(" (from .debug_") != std::string::npos || next.find(" (.debug_") != std::string::npos;
+        if (line == "No references to line number information" || (line.empty() && heads)) {
+            return dump.out.substr(from, at - from);
+        }
+    }
+    return dump.out.substr(from);
 }
 
 // The smallest debug information that leads to a line program at offset 0: one unit, one DIE, addresses of four bytes.
