@@ -74,7 +74,7 @@ struct section_reader_t {
     text_t text() {
         if (at >= size) {
             ++at;
-            return text_t("", 0);
+            return "";
         }
         const char* const start = reinterpret_cast<const char*>(data) + at;
         const auto* const nul = static_cast<const char*>(std::memchr(start, 0, size - at));
