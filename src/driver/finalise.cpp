@@ -71,11 +71,16 @@ void set_line_ends(run_t& run) {
 // ---- pass 2: per-file arrays
 // -----------------------------------------------------------------------------------------
 
+// Not more than counted: an element may name a file that came after it, and was not counted there.
 template <class T>
-void share_out(const model_t& model, const vector_t<T*>& table, std::vector<T*> file_t::*array) {
+void share_out(const model_t& model, const vector_t<T*>& table, std::vector<T*> file_t::*array,
+               uint32_t file_t::*count) {
     for (T* const element : table) {
         if (element->file != 0 && element->file <= model.files.count()) {
-            (model.files[element->file - 1]->*array).push_back(element);
+            file_t& file = *model.files[element->file - 1];
+            if ((file.*array).size() < file.*count) {
+                (file.*array).push_back(element);
+            }
         }
     }
 }
@@ -118,8 +123,8 @@ void sort_by_number(std::vector<line_t*>& lines) {
 }
 
 void fill_files(run_t& run, uint32_t width) {
-    share_out(run.model, run.model.symbols, &file_t::symbols);
-    share_out(run.model, run.model.lines, &file_t::lines);
+    share_out(run.model, run.model.symbols, &file_t::symbols, &file_t::symbol_count);
+    share_out(run.model, run.model.lines, &file_t::lines, &file_t::line_count);
     for (file_t* const file : run.model.files) {
         check_count(run, file->symbols.size(), file->symbol_count, 606);
         if (run.verbose != 0) {

@@ -93,6 +93,20 @@ TEST(finalise, segments_grow_to_their_lowest_block) {
                             "\nSegments: 3\n\tZERO 0-30F\n\tDOWN 13F0-141F Load@3F0\n\tHOLE 800-807\n\n");
 }
 
+TEST(finalise, a_file_holds_no_more_than_was_counted_for_it) {
+    fixture_t f;
+    add_file(f.run.model, "a.c");
+    add_symbol(f.run.model, "early", 1, 0, 2, 0); // file 2 comes later: a P&E map may say so
+    add_line(f.run.model, 1, 1, 0, 2, 0);
+    add_line(f.run.model, 2, 2, 0, 2, 0);
+    const uint32_t file = add_file(f.run.model, "b.c");
+    add_line(f.run.model, 9, 3, 0, file, 0);
+    finalise(f.run);
+    EXPECT_TRUE(f.run.model.files[1]->symbols.empty());
+    ASSERT_EQ(f.run.model.files[1]->lines.size(), 1u); // the first of the table
+    EXPECT_EQ(f.run.model.files[1]->lines[0]->number, 1u);
+}
+
 TEST(finalise, reports_files_symbols_and_lines) {
     fixture_t f;
     add_segment(f.run.model, "CODE", 0, 0, 0, 1);
