@@ -149,7 +149,7 @@ void dump_line_block(cod_dumper_t& dumper, uint32_t block) {
     for (uint32_t k = 0; k < cod_lines_per_block; ++k) {
         const auto record = std::span(dumper.buffer).subspan(size_t(k) * cod_line_size, cod_line_size);
         const uint32_t file = record[cod_at::line_file];
-        text_t name = "";
+        text_t name;
         if (file < dumper.file_names.size()) {
             name = dumper.file_names[file];
         } else {

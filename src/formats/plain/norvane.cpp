@@ -8,6 +8,7 @@
 #include "formats/plain/norvane.h"
 
 #include <algorithm>
+#include <array>
 
 #include "common/scan.h"
 #include "debug/sdb.h"
@@ -234,19 +235,16 @@ bool norvane_read(run_t& run, input_t& in, text_t name) {
 // ---------------------------------------------------------------------------------------------------------
 
 // Orders symbols and line entries alike: by file, segment and address.
-struct place_t {
-    uint32_t file, segment, address;
-
-    auto operator<=>(const place_t&) const = default;
-};
+using place_t = std::array<uint32_t, 3>;
 
 place_t place_of(const symbol_t& symbol) { return {symbol.file, symbol.segment, symbol.value}; }
 place_t place_of(const line_t& line) { return {line.file, line.segment, line.start}; }
 
 template <class T>
 int by_place(const T* a, const T* b) {
-    const auto order = place_of(*a) <=> place_of(*b);
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    const place_t first = place_of(*a);
+    const place_t second = place_of(*b);
+    return first < second ? -1 : second < first ? 1 : 0;
 }
 
 struct norvane_writer_t {

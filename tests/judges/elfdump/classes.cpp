@@ -16,7 +16,7 @@ template <class T, int N>
 struct box : base {
     T items[N];
     int size() const override { return N * count; }
-    T &operator[](int k) { return items[k]; }
+    T& operator[](int k) { return items[k]; }
 };
 
 struct helper : virtual base {
@@ -24,12 +24,12 @@ struct helper : virtual base {
 };
 
 int base::*member_of_base;
-helper *help;
+helper* help;
 
-void operator delete(void *, unsigned) {}
+void operator delete(void*, unsigned) {}
 extern "C" void __cxa_pure_virtual() {}
 
-int sum(box<short, 9> &from, int &&limit) {
+int sum(box<short, 9>& from, int&& limit) {
     int result = 0;
     for (int k = 0; k < from.size() && k < limit; k++)
         result += from[k];

@@ -6,8 +6,8 @@ struct point {
 };
 
 struct shape {
-    struct shape *next;
-    const char *name;
+    struct shape* next;
+    const char* name;
     struct point corners[SIDES];
     unsigned filled : 1;
     unsigned colour : 5;
@@ -19,8 +19,8 @@ struct shape {
 
 enum kind { KIND_NONE, KIND_ROUND = 7, KIND_SQUARE = -3 };
 
-typedef long (*measure_t)(const struct shape *, enum kind);
+typedef long (*measure_t)(const struct shape*, enum kind);
 
 extern volatile int error_count;
-long total(const struct shape *first, measure_t measure);
-int parse(const char *text, int base);
+long total(const struct shape* first, measure_t measure);
+int parse(const char* text, int base);
