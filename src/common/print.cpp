@@ -41,26 +41,26 @@ int star_count(arg_reader_t& reader) {
     return std::clamp<int32_t>(value, -width_limit, width_limit);
 }
 
-void read_flags(text_t format, size_t& at, conversion_t& spec) {
+void read_flags(text_t format, size_t& at, conversion_t& how) {
     for (; at < format.size(); ++at) {
         switch (format[at]) {
-        case '-': spec.left = true; break;
-        case '0': spec.zero = true; break;
-        case '+': spec.plus = true; break;
-        case ' ': spec.blank = true; break;
-        case '#': spec.alternate = true; break;
+        case '-': how.left = true; break;
+        case '0': how.zero = true; break;
+        case '+': how.plus = true; break;
+        case ' ': how.blank = true; break;
+        case '#': how.alternate = true; break;
         default: return;
         }
     }
 }
 
-void read_length(text_t format, size_t& at, conversion_t& spec) {
+void read_length(text_t format, size_t& at, conversion_t& how) {
     for (; at < format.size(); ++at) {
         switch (format[at]) {
-        case 'h': spec.bits = spec.bits == 16 ? 8 : 16; break;
-        case 'l': spec.bits = at > 0 && format[at - 1] == 'l' ? 64 : 32; break;
+        case 'h': how.bits = how.bits == 16 ? 8 : 16; break;
+        case 'l': how.bits = at > 0 && format[at - 1] == 'l' ? 64 : 32; break;
         case 'j':
-        case 'q': spec.bits = 64; break;
+        case 'q': how.bits = 64; break;
         case 'z':
         case 't':
         case 'L': break;
@@ -70,32 +70,32 @@ void read_length(text_t format, size_t& at, conversion_t& spec) {
 }
 
 conversion_t read_conversion(text_t format, size_t& at, arg_reader_t& reader) {
-    conversion_t spec;
-    read_flags(format, at, spec);
+    conversion_t how;
+    read_flags(format, at, how);
     if (at < format.size() && format[at] == '*') {
         ++at;
-        spec.width = star_count(reader);
-        if (spec.width < 0) {
-            spec.left = true;
-            spec.width = -spec.width;
+        how.width = star_count(reader);
+        if (how.width < 0) {
+            how.left = true;
+            how.width = -how.width;
         }
     } else {
-        spec.width = read_count(format, at);
+        how.width = read_count(format, at);
     }
     if (at < format.size() && format[at] == '.') {
         ++at;
         if (at < format.size() && format[at] == '*') {
             ++at;
-            spec.precision = star_count(reader);
+            how.precision = star_count(reader);
         } else {
-            spec.precision = read_count(format, at);
+            how.precision = read_count(format, at);
         }
     }
-    read_length(format, at, spec);
+    read_length(format, at, how);
     if (at < format.size()) {
-        spec.letter = format[at++];
+        how.letter = format[at++];
     }
-    return spec;
+    return how;
 }
 
 void put_fill(std::string& out, size_t count, char c) {
@@ -109,18 +109,18 @@ size_t room(int width, size_t used) {
     return wanted > used ? wanted - used : 0;
 }
 
-void put_padded(std::string& out, text_t text, const conversion_t& spec) {
-    const size_t fill = room(spec.width, text.size());
-    put_fill(out, spec.left ? 0 : fill, ' ');
+void put_padded(std::string& out, text_t text, const conversion_t& how) {
+    const size_t fill = room(how.width, text.size());
+    put_fill(out, how.left ? 0 : fill, ' ');
     out.append(text);
-    put_fill(out, spec.left ? fill : 0, ' ');
+    put_fill(out, how.left ? fill : 0, ' ');
 }
 
-void put_text(std::string& out, text_t text, const conversion_t& spec) {
-    if (spec.precision >= 0 && text.size() > static_cast<size_t>(spec.precision)) {
-        text = text.substr(0, static_cast<size_t>(spec.precision));
+void put_text(std::string& out, text_t text, const conversion_t& how) {
+    if (how.precision >= 0 && text.size() > static_cast<size_t>(how.precision)) {
+        text = text.substr(0, static_cast<size_t>(how.precision));
     }
-    put_padded(out, text, spec);
+    put_padded(out, text, how);
 }
 
 // Writes the digits in front of `last`; gives the first one. Of 0 there is none. A base known to the compiler makes the
@@ -145,52 +145,52 @@ char* put_digits(char* last, uint64_t value, char letter) {
     }
 }
 
-// Takes the sign off a number of `spec.bits` bits.
-text_t take_sign(uint64_t& value, const conversion_t& spec) {
-    if ((value >> (spec.bits - 1) & 1) != 0) {
-        value = (spec.bits < 64 ? uint64_t(1) << spec.bits : 0) - value;
+// Takes the sign off a number of `how.bits` bits.
+text_t take_sign(uint64_t& value, const conversion_t& how) {
+    if ((value >> (how.bits - 1) & 1) != 0) {
+        value = (how.bits < 64 ? uint64_t(1) << how.bits : 0) - value;
         return "-";
     }
-    return spec.plus ? "+" : spec.blank ? " " : "";
+    return how.plus ? "+" : how.blank ? " " : "";
 }
 
-void put_number(std::string& out, uint64_t value, const conversion_t& spec) {
-    if (spec.bits < 64) {
-        value &= (uint64_t(1) << spec.bits) - 1;
+void put_number(std::string& out, uint64_t value, const conversion_t& how) {
+    if (how.bits < 64) {
+        value &= (uint64_t(1) << how.bits) - 1;
     }
     text_t sign;
-    if (spec.letter == 'd' || spec.letter == 'i') {
-        sign = take_sign(value, spec);
-    } else if (spec.alternate && value != 0) {
-        sign = spec.letter == 'X' ? "0X" : spec.letter == 'x' ? "0x" : "";
+    if (how.letter == 'd' || how.letter == 'i') {
+        sign = take_sign(value, how);
+    } else if (how.alternate && value != 0) {
+        sign = how.letter == 'X' ? "0X" : how.letter == 'x' ? "0x" : "";
     }
     char buffer[24];
     char* const last = buffer + sizeof buffer;
-    char* first = put_digits(last, value, spec.letter);
-    if (value == 0 && spec.precision != 0) {
+    char* first = put_digits(last, value, how.letter);
+    if (value == 0 && how.precision != 0) {
         *--first = '0';
     }
     const auto count = static_cast<size_t>(last - first);
     size_t zeros = 0;
-    if (spec.precision >= 0) {
-        zeros = room(spec.precision, count);
-    } else if (spec.zero && !spec.left) {
-        zeros = room(spec.width, count + sign.size());
+    if (how.precision >= 0) {
+        zeros = room(how.precision, count);
+    } else if (how.zero && !how.left) {
+        zeros = room(how.width, count + sign.size());
     }
-    if (spec.alternate && spec.letter == 'o' && zeros == 0 && (count == 0 || *first != '0')) {
+    if (how.alternate && how.letter == 'o' && zeros == 0 && (count == 0 || *first != '0')) {
         zeros = 1;
     }
-    const size_t fill = room(spec.width, sign.size() + zeros + count);
-    put_fill(out, spec.left ? 0 : fill, ' ');
+    const size_t fill = room(how.width, sign.size() + zeros + count);
+    put_fill(out, how.left ? 0 : fill, ' ');
     out.append(sign);
     put_fill(out, zeros, '0');
     out.append(first, count);
-    put_fill(out, spec.left ? fill : 0, ' ');
+    put_fill(out, how.left ? fill : 0, ' ');
 }
 
-void put_conversion(std::string& out, conversion_t spec, arg_reader_t& reader) {
+void put_conversion(std::string& out, conversion_t how, arg_reader_t& reader) {
     const print_arg_t* arg = nullptr;
-    switch (spec.letter) {
+    switch (how.letter) {
     case 'd':
     case 'i':
     case 'u':
@@ -199,18 +199,18 @@ void put_conversion(std::string& out, conversion_t spec, arg_reader_t& reader) {
     case 'o':
         arg = reader.take();
         if (arg != nullptr && arg->is_text) {
-            put_text(out, arg->text, spec);
+            put_text(out, arg->text, how);
         } else if (arg != nullptr) {
-            put_number(out, arg->number, spec);
+            put_number(out, arg->number, how);
         }
         return;
     case 'c':
         arg = reader.take();
         if (arg != nullptr && arg->is_text) {
-            put_text(out, arg->text, spec);
+            put_text(out, arg->text, how);
         } else if (arg != nullptr) {
             const char letter = static_cast<char>(arg->number);
-            put_padded(out, {&letter, 1}, spec);
+            put_padded(out, {&letter, 1}, how);
         }
         return;
     case 'n': reader.take(); return;
@@ -226,18 +226,18 @@ void put_conversion(std::string& out, conversion_t spec, arg_reader_t& reader) {
     case 'A':
         arg = reader.take();
         if (arg != nullptr && arg->is_text) {
-            put_text(out, arg->text, spec);
+            put_text(out, arg->text, how);
         } else if (arg != nullptr) {
-            spec.letter = 'd';
-            spec.precision = -1;
-            put_number(out, arg->number, spec);
+            how.letter = 'd';
+            how.precision = -1;
+            put_number(out, arg->number, how);
         }
         return;
     case '%': out.push_back('%'); return;
     case 0: return;
     default:
         out.push_back('%');
-        out.push_back(spec.letter);
+        out.push_back(how.letter);
         return;
     }
 }
