@@ -19,7 +19,7 @@ void dump_header(coff_file_t& file) {
 }
 
 void print_aout_header(coff_file_t& file, const coff_record_t& header) {
-    print(file.run.out, "AOUT optional header:\n\tMagic:\t\t0x%X", header.u16(coff_aout_at::magic));
+    coff_dump_optional_magic(file, "AOUT optional header", header.u16(coff_aout_at::magic));
     print(file.run.out,
           "\n\tVersion:\t0x%X\n\tText size:\t0x%lX\n\tInit. data:\t0x%lX\n\tUninit. data:\t0x%lX\n"
           "\tEntry point:\t0x%lX\n\tText base:\t0x%lX\n\tData base:\t0x%lX\n",

@@ -157,6 +157,8 @@ bool coff_take_line(coff_file_t& file, const coff_section_t& section, uint32_t p
 
 // The flag texts behind the file header's line, and the two newlines behind them.
 void coff_dump_flags(coff_file_t& file);
+// The first lines of an optional header, up to its magic and the maker's mark behind those that are the maker's own.
+void coff_dump_optional_magic(coff_file_t& file, const char* title, uint32_t magic);
 // The strings of the table from offset `first` on, with their offsets.
 void coff_dump_strings(coff_file_t& file, uint32_t first);
 // All behind the optional header, as far as -v asks for it: sections, string table, symbols and line records, of which

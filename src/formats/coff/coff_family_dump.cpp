@@ -18,6 +18,13 @@ void coff_dump_flags(coff_file_t& file) {
     put_text(file.run.out, "\n\n");
 }
 
+void coff_dump_optional_magic(coff_file_t& file, const char* title, uint32_t magic) {
+    print(file.run.out, "%s:\n\tMagic:\t\t0x%X", title, magic);
+    if (magic >= coff_opt_magic_first && magic <= coff_opt_magic_last) {
+        put_text(file.run.out, " (Norvane Software)");
+    }
+}
+
 void coff_dump_strings(coff_file_t& file, uint32_t first) {
     for (size_t at = first; at < file.strings.size();) {
         const auto rest = file.strings.subspan(at);

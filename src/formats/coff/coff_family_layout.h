@@ -16,6 +16,9 @@ namespace tavrel {
 constexpr uint32_t coff_file_header_size = 20;
 constexpr uint32_t coff_section_header_size = 40;
 
+// Magics of optional headers that are the maker's own.
+constexpr uint32_t coff_opt_magic_first = 5000, coff_opt_magic_last = 5999;
+
 namespace coff_at {
 
 // File header.

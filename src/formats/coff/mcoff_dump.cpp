@@ -18,11 +18,7 @@ void dump_header(coff_file_t& file) {
 
 void print_optional_header(coff_file_t& file, const coff_record_t& header) {
     printer_t& out = file.run.out;
-    const uint32_t magic = header.u16(mcoff_at::opt_magic);
-    print(out, "Optional header:\n\tMagic:\t\t0x%X", magic);
-    if (magic >= mcoff_opt_magic_first && magic <= mcoff_opt_magic_last) {
-        put_text(out, " (Norvane Software)");
-    }
+    coff_dump_optional_magic(file, "Optional header", header.u16(mcoff_at::opt_magic));
     const uint32_t version = header.u32(mcoff_at::vstamp);
     print(out, "\n\tVersion:\t%ld\n\tProcessor:\t0x%lX\n\tROM width:\t%lu\n\tRAM width:\t%lu\n", version,
           header.u32(mcoff_at::proc_type), header.u32(mcoff_at::rom_width), header.u32(mcoff_at::ram_width));

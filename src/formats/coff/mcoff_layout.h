@@ -9,7 +9,6 @@ namespace tavrel {
 
 constexpr uint32_t mcoff_magic = 0x4012; // read most significant byte first
 constexpr uint32_t mcoff_opt_magic = 5000;
-constexpr uint32_t mcoff_opt_magic_first = 5000, mcoff_opt_magic_last = 5999; // the maker's own
 constexpr uint32_t mcoff_version = 97101;
 
 constexpr uint32_t mcoff_optional_size = 18;

@@ -169,6 +169,17 @@ TEST(CoffDump, OptionalHeaderOfPicRowsOnly) {
     }
 }
 
+TEST(CoffDump, MarksTheMakersOptionalHeaders) {
+    constexpr size_t magic_at = 20;
+    std::string file = coff_sample().file;
+    for (const uint32_t magic : {4999, 5000, 5999, 6000}) {
+        file.replace(magic_at, 2, number(magic, 2, false));
+        const char* const mark = magic == 5000 || magic == 5999 ? " (Norvane Software)" : "";
+        EXPECT_NE(dump_coff(file).find(format_text("\tMagic:\t\t0x%X%s\n\tVersion:\t0x1\n", magic, mark)),
+                  std::string::npos);
+    }
+}
+
 TEST(CoffRead, BringsSectionsDataSymbolsFilesAndLines) {
     EXPECT_EQ(model_of(read_coff(coff_sample().file)), R"(
 Files: 1, syms: 2, lines: 1
