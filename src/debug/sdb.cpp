@@ -530,6 +530,15 @@ dsym_t* read_block(sdb_reader_t& reader, uint32_t sclass) {
 
 // ---- the file
 
+// The next word from `at` on, which moves behind it; empty at the end. Words of the first line may hold any character
+// that does not separate them, form feeds too.
+text_t header_word(text_t header, size_t& at) {
+    constexpr text_t separators = " \t\r\n";
+    const size_t first = std::min(header.find_first_not_of(separators, at), header.size());
+    at = std::min(header.find_first_of(separators, first), header.size());
+    return header.substr(first, at - first);
+}
+
 // The first line and what it says of the machine; false if no machine can be chosen.
 bool read_header(sdb_reader_t& reader) {
     const size_t newline = reader.text.substr(0, header_limit).find('\n');
@@ -537,19 +546,19 @@ bool read_header(sdb_reader_t& reader) {
     while (reader.at < length) {
         next_char(reader);
     }
-    sdb_reader_t header{reader.run, reader.tree, {}, reader.text.substr(0, length)};
-    if (next_token(header) != "[p") {
+    const text_t header = reader.text.substr(0, length);
+    size_t at = 0;
+    if (header_word(header, at) != "[p") {
         alert(reader.run, 630, reader.name);
     }
-    set_machine(reader.run, header.text.substr(header.at));
+    set_machine(reader.run, header.substr(at));
     if (reader.run.machine == nullptr) {
         return false;
     }
     reader.tree.current_file = text_t();
-    text_t token;
-    while (take_token(header, token) && token != "]") {
-        if (!set_machine_option(reader.run, token)) {
-            alert(reader.run, 637, token, reader.name);
+    for (text_t word = header_word(header, at); !word.empty() && word != "]"; word = header_word(header, at)) {
+        if (!set_machine_option(reader.run, word)) {
+            alert(reader.run, 637, word, reader.name);
         }
     }
     return true;

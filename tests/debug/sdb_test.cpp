@@ -204,6 +204,8 @@ TEST(SdbHeader, ChoosesAndSetsTheMachine) {
         {"18F452", "[p PIC14 SPEEDOPT ]\n",           &machine_pic18, 1 << 14, "637 PIC14 m1.sdb\n"},
         {"",       "PIC14 PIC17 ]\n",                 &machine_pic,   1 << 7,  "630 m1.sdb\n"      },
         {"",       "\n",                              nullptr,        0,       "630 m1.sdb\n669\n" },
+        {"18F452", "[p\v EMI_WORD LFSROK\f ]\n",      &machine_pic18, 1 << 13,
+         "630 m1.sdb\n637 LFSROK\f m1.sdb\n"                                                       }, // part of their words
         {"",       "",                                nullptr,        0,       "669\n"             },
     };
     for (const header_case_t& one : cases) {
