@@ -23,7 +23,6 @@ constexpr text_t no_description = "An error, warning or message was generated, b
 enum override_t : uint8_t { OVERRIDE_HIDE = 1, OVERRIDE_OFF = 4 };
 
 // ---- showing
-// ---------------------------------------------------------------------------------------------------------
 
 // One line in the making. `text` holds its arguments already.
 struct shown_t {
@@ -151,7 +150,6 @@ void report(messages_t& messages, msg_kind_t kind, text_t format, const A&... ar
 constexpr text_t too_many_errors = "too many errors (%u)";
 
 // ---- description files
-// -----------------------------------------------------------------------------------------------
 
 // `name` is the file's name in messages, `path` what the host opens. Gives the system's error number.
 int load_table(messages_t& messages, text_t name, const std::string& path, std::vector<msg_t>& table) {
@@ -226,7 +224,6 @@ const msg_t* find_fallback(messages_t& messages, uint32_t number) {
 }
 
 // ---- severities
-// ------------------------------------------------------------------------------------------------------
 
 bool is_suppressed(const messages_t& messages, uint32_t number, msg_kind_t kind, int level) {
     switch (number < messages.msg_overrides.size() ? messages.msg_overrides[number] : 0) {

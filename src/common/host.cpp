@@ -37,7 +37,6 @@ std::string date_text(uint32_t seconds) {
 }
 
 // ---- memory_host
-// -----------------------------------------------------------------------------------------------------
 
 host_t memory_host(memory_files_t& files) {
     constexpr int no_such_file = 2;

@@ -24,7 +24,6 @@ uint8_t* write64(uint8_t* p, uint64_t value, int big_endian) {
 }
 
 // ---- cursor_t
-// --------------------------------------------------------------------------------------------------------
 
 void cursor_t::seek(uint64_t to) {
     if (to > bytes.size()) {
@@ -142,7 +141,6 @@ text_t cursor_t::string() {
 }
 
 // ---- input_t
-// ---------------------------------------------------------------------------------------------------------
 
 bool read_line(input_t& in, text_t& line, size_t limit) {
     if (in.position >= in.bytes.size()) {
@@ -174,7 +172,6 @@ cursor_t cursor_of(const input_t& in, int big_endian) {
 }
 
 // ---- output_t
-// --------------------------------------------------------------------------------------------------------
 
 void seek(output_t& out, size_t position) { out.position = position; }
 
@@ -232,7 +229,6 @@ void output_note(output_t& out, uint64_t from, uint64_t to, uint32_t message, te
 }
 
 // ---- printer_t
-// -------------------------------------------------------------------------------------------------------
 
 void flush(printer_t& out) {
     if (!out.text.empty() && out.sink && !out.failed) {

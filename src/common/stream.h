@@ -17,7 +17,6 @@ namespace tavrel {
 using sink_t = std::function<size_t(std::string_view)>;
 
 // ---- numbers in byte buffers
-// -----------------------------------------------------------------------------------------
 
 inline uint16_t read16(const uint8_t* p, int big_endian) {
     return big_endian != 0 ? static_cast<uint16_t>(p[0] << 8 | p[1]) : static_cast<uint16_t>(p[1] << 8 | p[0]);
@@ -36,7 +35,6 @@ uint8_t* write32(uint8_t* p, uint32_t value, int big_endian);
 uint8_t* write64(uint8_t* p, uint64_t value, int big_endian);
 
 // ---- reading
-// ---------------------------------------------------------------------------------------------------------
 
 // Reads fields from a span of bytes in one byte order. A read that passes the end sets `short_read`, gives zeros for
 // what is missing and leaves the position at the end; so a decoder reads straight down and looks at the flag once.
@@ -87,7 +85,6 @@ std::span<const uint8_t> read_bytes(input_t& in, uint64_t size);
 cursor_t cursor_of(const input_t& in, int big_endian);
 
 // ---- writing
-// ---------------------------------------------------------------------------------------------------------
 
 // One output in the making: a buffer that grows at the position; a seek past the end fills with zeros once something
 // is written there. It goes to disk when the writer is done.

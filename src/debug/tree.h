@@ -21,7 +21,6 @@ namespace tavrel {
 struct dsym_t;
 
 // ---- types
-// -----------------------------------------------------------------------------------------------------------
 
 enum tpart_kind_t : uint32_t {
     TP_BASE = 1,
@@ -76,7 +75,6 @@ bool is_function_type(type_t type); // behind qualifiers, a function; false for 
 bool is_bit_type(type_t type);      // behind qualifiers, a base of ENC_BIT; false for null
 
 // ---- nodes
-// -----------------------------------------------------------------------------------------------------------
 
 enum sclass_t : uint32_t {
     SC_NULL = 0,
@@ -187,7 +185,6 @@ constexpr uint32_t scope_depth_limit = 1000;
 constexpr uint32_t type_depth_limit = 16384;
 
 // ---- the tree
-// --------------------------------------------------------------------------------------------------------
 
 // State of the tree and its readers; owns all nodes, types and texts.
 struct tree_t {

@@ -11,7 +11,6 @@ constexpr uint32_t longest_line = 0x100; // bytes of code; a longer gap is not o
 int compare(uint32_t a, uint32_t b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 // ---- pass 0: summary
-// -------------------------------------------------------------------------------------------------
 
 // The width of the segment names in the reports, 0 without -v.
 uint32_t report_summary(run_t& run) {
@@ -29,7 +28,6 @@ uint32_t report_summary(run_t& run) {
 }
 
 // ---- pass 1: line ends
-// -----------------------------------------------------------------------------------------------
 
 void end_line(run_t& run, line_t& line, const line_t& next) {
     const uint32_t gap = next.start - line.start;
@@ -69,7 +67,6 @@ void set_line_ends(run_t& run) {
 }
 
 // ---- pass 2: per-file arrays
-// -----------------------------------------------------------------------------------------
 
 // Not more than counted: an element may name a file that came after it, and was not counted there.
 template <class T>
@@ -139,7 +136,6 @@ void fill_files(run_t& run, uint32_t width) {
 }
 
 // ---- pass 3: block assignment
-// ----------------------------------------------------------------------------------------
 
 // Over the distinct ends of the segments seen so far: the lowest segment index among those that end at `end` or later.
 struct lowest_index_t {
@@ -202,7 +198,6 @@ void assign_blocks(model_t& model) {
 }
 
 // ---- pass 4: block sort and merge
-// ------------------------------------------------------------------------------------
 
 bool touches(const block_t& block, const block_t& next) {
     return next.segment == block.segment && next.addr == block.addr + block.size &&
@@ -264,7 +259,6 @@ void report_blocks(run_t& run) {
 }
 
 // ---- pass 5: segment growth
-// ------------------------------------------------------------------------------------------
 
 void grow_segment(segment_t& segment, const block_t& first) {
     uint32_t end = segment.load + segment.size;
@@ -288,7 +282,6 @@ void grow_segments(model_t& model) {
 }
 
 // ---- pass 6: segment report
-// ------------------------------------------------------------------------------------------
 
 void report_segments(run_t& run, uint32_t width) {
     std::string text = format_text("\nSegments: %u\n", run.model.segments.count());

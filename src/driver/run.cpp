@@ -28,7 +28,6 @@ struct driver_t {
 };
 
 // ---- start
-// -----------------------------------------------------------------------------------------------------------
 
 std::vector<std::string> args_from_input(run_t& run) {
     return getargs(run.messages, run.host.read_input_line, run.host.input_is_terminal, "tavrel> ");
@@ -80,22 +79,10 @@ void check_options(run_t& run, const options_t& options) {
     }
 }
 
-// A row whose operations are not built says so and ends the run.
-void require_built(run_t& run, const format_t& row) {
-    if (row.probe == nullptr) {
-        alert_text(run, "F", "format %s (%s) is not built into this program", row.key, row.name);
-        end_run(run);
-    }
-}
-
 // ---- inputs
-// ----------------------------------------------------------------------------------------------------------
 
 const format_t& detect_format(run_t& run, input_t& in) {
     for (const format_t* const row : format_table()) {
-        if (row->probe == nullptr) {
-            continue;
-        }
         rewind(in);
         if (row->probe(run, in)) {
             progress(run, "Confirmed as %s", row->name);
@@ -113,7 +100,6 @@ const format_t& choose_format(run_t& run, const options_t& options, input_t& in)
     }
     const format_t& row = *format_table()[options.input_format - 1];
     progress(run, "Defaulting to %s", row.name);
-    require_built(run, row);
     return row;
 }
 
@@ -160,7 +146,6 @@ void take_inputs(run_t& run, const options_t& options) {
 }
 
 // ---- outputs
-// ---------------------------------------------------------------------------------------------------------
 
 std::string with_extension(const std::string& name, const format_t& row) {
     return format_text("%s.%s", name, row.ext).substr(0, derived_name_limit);
@@ -198,22 +183,24 @@ void report_loss(run_t& run, const output_t& buffer, uint64_t at, const std::str
     alert(run, 413, name);
 }
 
-// Takes the open output to disk and closes it; gives the number of bytes that found room.
-size_t deliver(open_output_t& output) {
-    const std::string& bytes = output.buffer.bytes;
-    if (!output.file || bytes.empty()) {
-        output.file = {};
-        return bytes.size();
+// Takes the open output to disk and closes it; what did not fit is reported.
+void deliver(driver_t& driver) {
+    const std::string& bytes = driver.output.buffer.bytes;
+    const sink_t file = std::move(driver.output.file);
+    driver.output.file = {};
+    if (!file || bytes.empty()) {
+        return;
     }
-    const size_t taken = output.file(bytes);
-    output.file = {};
-    return taken;
+    if (const size_t taken = file(bytes); taken < bytes.size()) {
+        report_loss(driver.run, driver.output.buffer, taken, driver.output.name);
+    }
 }
 
 void write_output(driver_t& driver, const format_t& row, const std::string& name) {
     run_t& run = driver.run;
     int error = 0;
     driver.output = {};
+    driver.output.name = name;
     driver.output.file = run.host.create_file(name, error);
     if (!driver.output.file) {
         run.messages.system_error = error;
@@ -223,16 +210,13 @@ void write_output(driver_t& driver, const format_t& row, const std::string& name
     progress(run, "Writing '%s' as %s", name, row.name);
     row.write(run, driver.output.buffer, name);
     flush(run.out);
-    if (const size_t taken = deliver(driver.output); taken < driver.output.buffer.bytes.size()) {
-        report_loss(run, driver.output.buffer, taken, name);
-    }
+    deliver(driver);
 }
 
 void write_outputs(driver_t& driver) {
     std::string last_output = driver.options.inputs.front();
     for (const output_request_t& request : driver.options.outputs) {
         const format_t& row = *format_table()[request.format - 1];
-        require_built(driver.run, row);
         last_output = output_name(request, row, last_output);
         write_output(driver, row, last_output);
     }
@@ -242,7 +226,6 @@ void write_outputs(driver_t& driver) {
 }
 
 // ---- the whole run
-// ---------------------------------------------------------------------------------------------------
 
 int run_all(driver_t& driver, const std::vector<std::string>& args) {
     run_t& run = driver.run;
@@ -258,6 +241,15 @@ int run_all(driver_t& driver, const std::vector<std::string>& args) {
     finalise(run);
     write_outputs(driver);
     return exit_status(run.messages);
+}
+
+// What the writer had made when a message ended the run inside it.
+void deliver_rest(driver_t& driver) {
+    try {
+        deliver(driver);
+    } catch (const end_of_run_t&) {
+        return; // the run is at its end
+    }
 }
 
 // Standard output to its end; what it could not take is an error of its own.
@@ -283,7 +275,7 @@ int tavrel_run(const std::vector<std::string>& args, const host_t& host) {
         status = run_all(driver, args);
     } catch (const end_of_run_t& end) {
         status = end.status;
-        deliver(driver.output); // what the writer had made until then
+        deliver_rest(driver);
     }
     return close_output(driver.run, status);
 }

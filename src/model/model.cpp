@@ -23,7 +23,6 @@ char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 
 } // namespace
 
 // ---- adding
-// ----------------------------------------------------------------------------------------------------------
 
 uint32_t add_file(model_t& model, text_t name) {
     const std::string stored = stored_name(model, name);
@@ -102,7 +101,6 @@ uint32_t add_block(model_t& model, uint32_t addr, uint32_t size, const void* byt
 }
 
 // ---- finding
-// ---------------------------------------------------------------------------------------------------------
 
 symbol_t* find_symbol(const model_t& model, text_t name) { return index_find(model.symbol_names, name); }
 
@@ -178,7 +176,6 @@ text_t segment_name(const model_t& model, uint32_t index) {
 }
 
 // ---- finders
-// ---------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -266,7 +263,6 @@ block_finder_t make_block_finder(const model_t& model) {
 uint32_t find_block_at(const block_finder_t& finder, uint32_t address) { return piece_at(finder.pieces, address); }
 
 // ---- small helpers
-// ---------------------------------------------------------------------------------------------------
 
 uint32_t name_hash(text_t name) {
     if (name.size() > 1 && name[0] == '_') {

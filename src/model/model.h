@@ -128,7 +128,6 @@ struct model_t {
 };
 
 // ---- adding
-// ----------------------------------------------------------------------------------------------------------
 
 // The file index of the new or existing file of that name; upper and lower case are one.
 uint32_t add_file(model_t& model, text_t name);
@@ -140,7 +139,6 @@ class_t* add_class(model_t& model, text_t name, uint32_t low, uint32_t high, uin
 uint32_t add_block(model_t& model, uint32_t addr, uint32_t size, const void* bytes, uint32_t segment);
 
 // ---- finding: the first of that name, or null
-// ------------------------------------------------------------------------
 
 symbol_t* find_symbol(const model_t& model, text_t name);
 // The first symbol added with that value and a name not beginning with F.
@@ -183,7 +181,6 @@ block_finder_t make_block_finder(const model_t& model);
 uint32_t find_block_at(const block_finder_t& finder, uint32_t address);
 
 // ---- small helpers
-// ---------------------------------------------------------------------------------------------------
 
 // The hash of both models: a leading underscore is skipped if more follows; then from the last character to the first
 // h = c + 4 * h, with c signed.

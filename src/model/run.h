@@ -69,7 +69,6 @@ struct run_t {
 };
 
 // ---- messages
-// --------------------------------------------------------------------------------------------------------
 
 template <class... A>
 void alert(run_t& run, uint32_t number, const A&... args) {
@@ -102,7 +101,6 @@ void progress(run_t& run, text_t format, const A&... args) {
 }
 
 // ---- helpers of many formats
-// -----------------------------------------------------------------------------------------
 
 // The hex dump: each line begins with the address by `address_format` (from `address`, which wraps at 32 bits), then up
 // to `per_line` bytes by " %02X"; with `with_text` a column of the printable characters behind them.

@@ -273,7 +273,6 @@ TEST(alert, cuts_texts_and_lines) {
 }
 
 // ---- description files
-// -----------------------------------------------------------------------------------------------
 
 TEST(alert_file, finds_the_language) {
     struct row_t {

@@ -196,6 +196,19 @@ TEST(run, what_does_not_fit_on_the_disk_is_reported) {
     EXPECT_EQ(memory.err, message(413, "a.hex: ") + message(413, "a.hex: "));
 }
 
+// A fatal loss ends the run in front of the next output.
+TEST(run, a_fatal_loss_ends_the_run) {
+    memory_files_t memory;
+    memory.files = {
+        {"a.sym", "%locals\na.c\n1 FFFFFFFF 0 ABS\nx 1 0 ABS\n"},
+        {"msgs",  "413 f no room in %s\n"                      }
+    };
+    host_t host = memory_host(memory);
+    host.create_file = [](const std::string&, int&) -> sink_t { return [](std::string_view) { return size_t(0); }; };
+    EXPECT_EQ(tavrel_run({"--edf=msgs", "a.sym", "-onorvane", "-os19"}, host), 1);
+    EXPECT_EQ(memory.err, "a.sym: (413) no room in a.sym\n");
+}
+
 TEST(run, a_closed_standard_output_is_reported) {
     memory_files_t memory;
     memory.files = {

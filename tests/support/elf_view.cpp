@@ -7,7 +7,6 @@ namespace tavrel::testing {
 namespace {
 
 // ---- DWARF numbers by name
-// -------------------------------------------------------------------------------------------
 
 const std::map<uint64_t, const char*> tags = {
     {0x01, "array"          },
@@ -58,7 +57,6 @@ std::string name_of(const std::map<uint64_t, const char*>& names, uint64_t numbe
 }
 
 // ---- reading
-// ---------------------------------------------------------------------------------------------------------
 
 struct reader_t {
     const elf_view_t& elf;
@@ -133,7 +131,6 @@ std::map<uint64_t, abbreviation_t> read_abbreviations(const elf_view_t& elf) {
 }
 
 // ---- DIEs
-// ------------------------------------------------------------------------------------------------------------
 
 struct die_view_t {
     int depth;
@@ -228,7 +225,6 @@ std::string die_line(const unit_view_t& unit, size_t k) {
 }
 
 // ---- line programs
-// ---------------------------------------------------------------------------------------------------
 
 std::string opcode_text(reader_t& in, unsigned address_size) {
     const uint64_t opcode = in.number(1);
@@ -266,7 +262,6 @@ std::string line_tables(reader_t& in) {
 } // namespace
 
 // ---- what the tests see
-// ----------------------------------------------------------------------------------------------
 
 elf_view_t view_elf(const std::string& file) {
     elf_view_t elf;

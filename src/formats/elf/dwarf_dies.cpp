@@ -85,7 +85,6 @@ constexpr uint32_t sibling_place = 1; // of the ref4 in a DIE that has one: behi
 } // namespace
 
 // ---- abbreviations
-// ---------------------------------------------------------------------------------------------------
 
 void want_shape(dwarf_writer_t& writer, shape_t shape) {
     if (writer.abbrev_of_shape[shape] != 0) {
@@ -106,7 +105,6 @@ void want_shape(dwarf_writer_t& writer, shape_t shape) {
 }
 
 // ---- bytes of a DIE
-// --------------------------------------------------------------------------------------------------
 
 void die_begin(dwarf_writer_t& writer, die_t& die, shape_t shape) {
     want_shape(writer, shape);
@@ -165,7 +163,6 @@ void patch32(const dwarf_writer_t& writer, std::string& section, size_t place, u
 }
 
 // ---- landing
-// ---------------------------------------------------------------------------------------------------------
 
 uint32_t die_land(dwarf_writer_t& writer, const die_t& die) {
     const auto place = static_cast<uint32_t>(writer.info.size());

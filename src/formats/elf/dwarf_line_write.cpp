@@ -36,7 +36,6 @@ struct unit_line_t {
 int compare(uint32_t a, uint32_t b) { return a < b ? -1 : a > b ? 1 : 0; }
 
 // ---- which records
-// ---------------------------------------------------------------------------------------------------
 
 // The last file of the unit that is the model's file of that index is the one whose lines these are.
 std::unordered_map<uint32_t, uint32_t> numbers_by_model_file(const unit_files_t& files) {
@@ -65,7 +64,6 @@ std::vector<unit_line_t> lines_of_unit(const dwarf_writer_t& writer) {
 }
 
 // ---- header
-// ----------------------------------------------------------------------------------------------------------
 
 void put_tables(std::string& out, const unit_files_t& files) {
     for (size_t k = 1; k < files.dirs.size(); ++k) {
@@ -99,7 +97,6 @@ void put_header(dwarf_writer_t& writer) {
 }
 
 // ---- rows
-// ------------------------------------------------------------------------------------------------------------
 
 void put_opcode(std::string& out, uint8_t opcode) { out.push_back(static_cast<char>(opcode)); }
 

@@ -34,7 +34,6 @@ step_t wait_for(dwarf_writer_t& writer, type_t part, uint32_t entry, type_t inne
 }
 
 // ---- entries
-// ---------------------------------------------------------------------------------------------------------
 
 std::string type_key(type_t part) {
     std::string key;
@@ -89,7 +88,6 @@ bool failed_before(const dwarf_writer_t& writer, type_t part) {
 }
 
 // ---- base types
-// ------------------------------------------------------------------------------------------------------
 
 struct base_name_t {
     uint32_t encoding; // encoding_t
@@ -140,7 +138,6 @@ step_t write_base(dwarf_writer_t& writer, type_t part, uint32_t type, text_t key
 }
 
 // ---- enumerations
-// ----------------------------------------------------------------------------------------------------
 
 step_t write_enum(dwarf_writer_t& writer, type_t part, uint32_t type) {
     const enum_t* const node = part->node == nullptr ? nullptr : part->node->enumeration;
@@ -164,7 +161,6 @@ step_t write_enum(dwarf_writer_t& writer, type_t part, uint32_t type) {
 }
 
 // ---- what is built on one other type; `inner` is that type's entry
-// ---------------------------------------------------
 
 step_t write_function(dwarf_writer_t& writer, uint32_t type, uint32_t inner) {
     die_t die;
@@ -238,7 +234,6 @@ step_t write_qualifiers(dwarf_writer_t& writer, type_t part, uint32_t type, uint
 }
 
 // ---- structures and unions
-// -------------------------------------------------------------------------------------------
 
 shape_t struct_shape(const struct_t& node) {
     if (node.is_union) {
@@ -341,7 +336,6 @@ step_t begin_struct(dwarf_writer_t& writer, type_t part, uint32_t type) {
 }
 
 // ---- one type
-// --------------------------------------------------------------------------------------------------------
 
 // The types that have one other type inside; nothing may stand there after all.
 step_t begin_wrapper(dwarf_writer_t& writer, type_t part, uint32_t type) {

@@ -27,7 +27,6 @@ bool is_full(const dwarf_writer_t& writer) { return writer.info.size() + writer.
 void dwarf_scope(dwarf_writer_t& writer, const dsym_t& scope);
 
 // ---- files
-// -----------------------------------------------------------------------------------------------------------
 
 uint32_t dir_number(unit_files_t& files, text_t dir) {
     if (dir.empty()) {
@@ -73,7 +72,6 @@ unit_files_t new_file_table(text_t module_name) {
 }
 
 // ---- variables
-// -------------------------------------------------------------------------------------------------------
 
 shape_t variable_shape(const dsym_t& node) {
     switch (node.sclass) {
@@ -171,7 +169,6 @@ void dwarf_enum(dwarf_writer_t& writer, dsym_t& node) {
 }
 
 // ---- functions
-// -------------------------------------------------------------------------------------------------------
 
 shape_t function_shape(bool typed, bool parent) {
     if (typed) {
@@ -228,7 +225,6 @@ void dwarf_function(dwarf_writer_t& writer, const dsym_t& function) {
 }
 
 // ---- scopes and units
-// ------------------------------------------------------------------------------------------------
 
 void dwarf_scope(dwarf_writer_t& writer, const dsym_t& scope) {
     for (uint32_t k = 0; k < scope.scope->members.size() && !is_full(writer); ++k) {

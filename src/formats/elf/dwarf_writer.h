@@ -14,7 +14,6 @@
 namespace tavrel {
 
 // ---- DIEs
-// ------------------------------------------------------------------------------------------------------------
 
 // The shape of a DIE: its tag, its attributes and whether children follow. See die_shapes.
 enum shape_t : uint8_t {
@@ -63,7 +62,6 @@ struct die_t {
 constexpr uint32_t die_limit = 2048; // bytes that land of a piece
 
 // ---- types
-// -----------------------------------------------------------------------------------------------------------
 
 constexpr uint32_t no_type = 0xFFFFFFFF;            // in place of an index of `types`: void or a failure
 constexpr uint32_t under_construction = 0xFFFFFFFF; // an `offset`
@@ -93,7 +91,6 @@ struct pending_type_t {
 };
 
 // ---- files
-// -----------------------------------------------------------------------------------------------------------
 
 struct dwarf_file_t {
     text_t name;             // base name
@@ -111,7 +108,6 @@ struct unit_files_t {
 };
 
 // ---- lines
-// -----------------------------------------------------------------------------------------------------------
 
 // All line records in address order, and for each file of the model the positions of its own.
 struct line_index_t {
@@ -120,7 +116,6 @@ struct line_index_t {
 };
 
 // ---- the writer
-// ------------------------------------------------------------------------------------------------------
 
 struct dwarf_writer_t {
     explicit dwarf_writer_t(run_t& of) : run(of), big_endian(of.big_endian) {}
@@ -154,7 +149,6 @@ struct dwarf_writer_t {
 };
 
 // ---- dwarf_dies.cpp
-// --------------------------------------------------------------------------------------------------
 
 // Begins a DIE of that shape: appends its code, behind putting the shape into .debug_abbrev if this is the first one.
 void die_begin(dwarf_writer_t& writer, die_t& die, shape_t shape);
@@ -180,7 +174,6 @@ uint32_t die_land(dwarf_writer_t& writer, const die_t& die);
 inline void dwarf_end_children(dwarf_writer_t& writer) { writer.info.push_back('\0'); }
 
 // ---- dwarf_types.cpp
-// -------------------------------------------------------------------------------------------------
 
 // Forgets the types of the unit before.
 void begin_unit_types(dwarf_writer_t& writer);
@@ -190,7 +183,6 @@ void add_global_type(dwarf_writer_t& writer, text_t key, type_t part);
 uint32_t dwarf_type(dwarf_writer_t& writer, type_t part);
 
 // ---- dwarf_line_write.cpp
-// --------------------------------------------------------------------------------------------
 
 line_index_t make_line_index(const run_t& run);
 // Appends the unit's line program to .debug_line; rows widen the unit's low_pc and high_pc.

@@ -13,7 +13,6 @@
 namespace tavrel {
 
 // ---- header, 52 bytes
-// ------------------------------------------------------------------------------------------------
 constexpr uint32_t ELF_HEADER_SIZE = 52;
 constexpr char ELF_MAGIC[] = "\x7F"
                              "ELF"; // bytes 0 to 3
@@ -49,7 +48,6 @@ constexpr uint32_t EM_MIPS = 8;
 constexpr uint32_t EM_DSPIC30F = 118;
 
 // ---- section header, 40 bytes, ten 32-bit fields
-// ---------------------------------------------------------------------
 constexpr uint32_t ELF_SECTION_SIZE = 40;
 
 enum elf_section_t : uint32_t { // offset
@@ -77,7 +75,6 @@ constexpr uint32_t SHF_ALLOC = 2;
 constexpr uint32_t SHF_EXECINSTR = 4;
 
 // ---- program header, 32 bytes, eight 32-bit fields
-// -------------------------------------------------------------------
 constexpr uint32_t ELF_PROGRAM_SIZE = 32;
 
 enum elf_program_t : uint32_t { // offset
@@ -99,7 +96,6 @@ constexpr uint32_t PF_W = 2;
 constexpr uint32_t PF_R = 4;
 
 // ---- symbol, 16 bytes
-// ------------------------------------------------------------------------------------------------
 constexpr uint32_t ELF_SYMBOL_SIZE = 16;
 
 enum elf_symbol_t : uint32_t { // offset, width
@@ -123,7 +119,6 @@ constexpr uint8_t STB_GLOBAL = 1;
 constexpr uint32_t SHN_ABS = 0xFFF1;
 
 // ---- machines
-// --------------------------------------------------------------------------------------------------------
 
 struct elf_machine_t {
     uint32_t number; // e_machine

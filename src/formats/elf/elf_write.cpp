@@ -44,7 +44,6 @@ struct elf_writer_t {
 };
 
 // ---- what depends on the processor
-// -----------------------------------------------------------------------------------
 
 struct elf_ext_t {
     bool (*match)(uint32_t machine);
@@ -120,7 +119,6 @@ uint32_t choose_machine(const run_t& run) {
 }
 
 // ---- records
-// ---------------------------------------------------------------------------------------------------------
 
 // The offset at which the text starts. A text that comes again stands there again.
 uint32_t elf_string(std::string& table, text_t text) {
@@ -177,7 +175,6 @@ void fill_header(elf_writer_t& writer, uint32_t machine) {
 }
 
 // ---- symbols
-// ---------------------------------------------------------------------------------------------------------
 
 // A segment's symbols are sought by address, so ranges that overlap take a symbol more than once. A model with very
 // many of these must not fill the memory: what goes beyond this is lost, with a message.
@@ -286,7 +283,6 @@ void add_elf_symbols(elf_writer_t& writer, uint32_t section_index, const std::ve
 }
 
 // ---- sections of the image
-// -------------------------------------------------------------------------------------------
 
 // Blocks lie in the file as far apart as in memory. No file gets more than this of zeros for it.
 constexpr uint64_t hole_limit = 0x10000000;
@@ -365,7 +361,6 @@ bool put_segments(elf_writer_t& writer) {
 }
 
 // ---- the rest of the file
-// --------------------------------------------------------------------------------------------
 
 // A section that is neither code nor data: its bytes go to the present position.
 section_header_t put_plain_section(elf_writer_t& writer, text_t name, uint32_t type, const std::string& bytes) {

@@ -129,7 +129,6 @@ bool ihex_read(run_t& run, input_t& in, text_t name) {
 }
 
 // ---- writing
-// ---------------------------------------------------------------------------------------------------------
 
 void put_hex(std::string& out, uint32_t byte) {
     constexpr const char* digits = "0123456789ABCDEF";

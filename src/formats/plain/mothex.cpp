@@ -80,7 +80,6 @@ bool s19_read(run_t& run, input_t& in, text_t) {
 }
 
 // ---- writing
-// ---------------------------------------------------------------------------------------------------------
 
 void put_hex(std::string& out, uint32_t byte) {
     constexpr const char* digits = "0123456789ABCDEF";

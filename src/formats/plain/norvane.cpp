@@ -232,7 +232,6 @@ bool norvane_read(run_t& run, input_t& in, text_t name) {
 }
 
 // ---- writing
-// ---------------------------------------------------------------------------------------------------------
 
 // Orders symbols and line entries alike: by file, segment and address.
 using place_t = std::array<uint32_t, 3>;

@@ -21,7 +21,6 @@ std::string module_dies(const std::string& processor, const std::string& symbols
 }
 
 // ---- bytes
-// -----------------------------------------------------------------------------------------------------------
 
 const files_t small_module = {
     {"m.sym", "_n 20 0 RAM\n%locals\nm.obj\n"                       },
@@ -61,7 +60,6 @@ TEST(DwarfWrite, Bytes) {
 }
 
 // ---- units
-// -----------------------------------------------------------------------------------------------------------
 
 TEST(DwarfWrite, EachModuleIsAUnitWithTypesOfItsOwn) {
     const elf_view_t elf = run_elf(
@@ -136,7 +134,6 @@ TEST(DwarfWrite, AddressSizeFollowsTheMachine) {
 }
 
 // ---- types
-// -----------------------------------------------------------------------------------------------------------
 
 TEST(DwarfWrite, BaseTypes) {
     std::string sdb;
@@ -311,7 +308,6 @@ TEST(DwarfWrite, LongKeysAreOneType) {
 }
 
 // ---- variables and functions
-// -----------------------------------------------------------------------------------------
 
 TEST(DwarfWrite, VariablesAndWhereTheyAre) {
     std::string messages;
@@ -444,7 +440,6 @@ TEST(DwarfWrite, FilesAndDirectories) {
 }
 
 // ---- limits
-// ----------------------------------------------------------------------------------------------------------
 
 TEST(DwarfWrite, LongDiesAreCut) {
     std::string enumerators;

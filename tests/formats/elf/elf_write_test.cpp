@@ -11,7 +11,6 @@ namespace tavrel::testing {
 namespace {
 
 // ---- the whole file
-// --------------------------------------------------------------------------------------------------
 
 TEST(ElfWrite, EmptyModel) {
     const result_t result = run_program(
@@ -108,7 +107,6 @@ TEST(ElfWrite, SymbolStandsInEverySectionOverIt) {
 }
 
 // ---- the machine
-// -----------------------------------------------------------------------------------------------------
 
 TEST(ElfWrite, MachineIsFoundByWords) {
     const struct {
@@ -195,7 +193,6 @@ TEST(ElfWrite, MipsMarksItsSymbolsAndDebugSections) {
 }
 
 // ---- what the tree knows of a symbol
-// ----------------------------------------------------------------------------------
 
 TEST(ElfWrite, SymbolTypesComeFromTheTree) {
     const elf_view_t elf = run_elf(
@@ -231,7 +228,6 @@ TEST(ElfWrite, SymbolTypesComeFromTheTree) {
 }
 
 // ---- behind other outputs of the same run
-// -----------------------------------------------------------------------------
 
 elf_view_t run_elf_behind(const std::string& output, std::vector<std::string> args, const files_t& files) {
     args.push_back(output);
@@ -259,7 +255,6 @@ TEST(ElfWrite, FindsWhatEarlierOutputsLeave) {
 }
 
 // ---- failures
-// --------------------------------------------------------------------------------------------------------
 
 TEST(ElfWrite, TellsWhichPartOfTheFileIsLost) {
     memory_files_t memory;
