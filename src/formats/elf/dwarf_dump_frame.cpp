@@ -53,40 +53,64 @@ void print_offset(dwarf_dump_t& dump, const frame_entry_t& entry, uint64_t reg, 
     print(dump.run.out, "(r%llu, %lld)", reg, offset * static_cast<uint64_t>(entry.data_align));
 }
 
-void print_register(dwarf_dump_t& dump, uint64_t reg) { print(dump.run.out, "(r%llu)", reg); }
-
-// Prints the operands of an instruction; `low` is what its first byte holds beside the opcode.
-void print_operands(dwarf_dump_t& dump, section_reader_t& reader, frame_entry_t& entry, uint8_t opcode, uint8_t low) {
+struct instruction_t {
+    uint8_t opcode = DW_CFA_nop;
     uint64_t first = 0;
-    switch (opcode) {
+    uint64_t second = 0;
+};
+
+// Reads an instruction whole, so that a message about it (632, 650) comes before its line.
+instruction_t read_instruction(dwarf_dump_t& dump, section_reader_t& reader) {
+    const uint8_t byte = reader.u8();
+    const auto high = static_cast<uint8_t>(byte & 0xC0);
+    const auto low = static_cast<uint8_t>(byte & 0x3F);
+    instruction_t it = {high != 0 ? high : low, low, 0};
+    switch (it.opcode) {
     case DW_CFA_nop:
     case DW_CFA_remember_state:
-    case DW_CFA_restore_state: return;
-    case DW_CFA_advance_loc: print_advance(dump, entry, low); return;
-    case DW_CFA_advance_loc1: print_advance(dump, entry, reader.u8()); return;
-    case DW_CFA_advance_loc2: print_advance(dump, entry, reader.u16()); return;
-    case DW_CFA_advance_loc4: print_advance(dump, entry, reader.u32()); return;
-    case DW_CFA_set_loc: print(dump.run.out, "(0x%08llX)", read_address(dump, reader)); return;
-    case DW_CFA_offset: print_offset(dump, entry, low, reader.uleb128()); return;
-    case DW_CFA_offset_extended:
-        first = reader.uleb128();
-        print_offset(dump, entry, first, reader.uleb128());
-        return;
-    case DW_CFA_restore: print_register(dump, low); return;
+    case DW_CFA_restore_state:
+    case DW_CFA_advance_loc:
+    case DW_CFA_restore: break;
+    case DW_CFA_offset: it.second = reader.uleb128(); break;
+    case DW_CFA_set_loc: it.first = read_address(dump, reader); break;
+    case DW_CFA_advance_loc1: it.first = reader.u8(); break;
+    case DW_CFA_advance_loc2: it.first = reader.u16(); break;
+    case DW_CFA_advance_loc4: it.first = reader.u32(); break;
     case DW_CFA_restore_extended:
     case DW_CFA_undefined:
     case DW_CFA_same_value:
-    case DW_CFA_def_cfa_register: print_register(dump, reader.uleb128()); return;
+    case DW_CFA_def_cfa_register:
+    case DW_CFA_def_cfa_offset: it.first = reader.uleb128(); break;
+    case DW_CFA_offset_extended:
     case DW_CFA_register:
-        first = reader.uleb128();
-        print(dump.run.out, "(r%llu, r%llu)", first, reader.uleb128());
-        return;
     case DW_CFA_def_cfa:
-        first = reader.uleb128();
-        print(dump.run.out, "(r%llu, %lld)", first, reader.uleb128());
-        return;
-    case DW_CFA_def_cfa_offset: print(dump.run.out, "(%lld)", reader.uleb128()); return;
-    default: alert(dump.run, 650, low);
+        it.first = reader.uleb128();
+        it.second = reader.uleb128();
+        break;
+    default: alert(dump.run, 650, byte);
+    }
+    return it;
+}
+
+void print_operands(dwarf_dump_t& dump, frame_entry_t& entry, const instruction_t& it) {
+    printer_t& out = dump.run.out;
+    switch (it.opcode) {
+    case DW_CFA_advance_loc:
+    case DW_CFA_advance_loc1:
+    case DW_CFA_advance_loc2:
+    case DW_CFA_advance_loc4: print_advance(dump, entry, it.first); return;
+    case DW_CFA_set_loc: print(out, "(0x%08llX)", it.first); return;
+    case DW_CFA_offset:
+    case DW_CFA_offset_extended: print_offset(dump, entry, it.first, it.second); return;
+    case DW_CFA_restore:
+    case DW_CFA_restore_extended:
+    case DW_CFA_undefined:
+    case DW_CFA_same_value:
+    case DW_CFA_def_cfa_register: print(out, "(r%llu)", it.first); return;
+    case DW_CFA_register: print(out, "(r%llu, r%llu)", it.first, it.second); return;
+    case DW_CFA_def_cfa: print(out, "(r%llu, %lld)", it.first, it.second); return;
+    case DW_CFA_def_cfa_offset: print(out, "(%lld)", it.first); return;
+    default: return;
     }
 }
 
@@ -94,13 +118,10 @@ void print_operands(dwarf_dump_t& dump, section_reader_t& reader, frame_entry_t&
 // past it.
 void print_instructions(dwarf_dump_t& dump, section_reader_t& reader, frame_entry_t& entry, uint32_t overrun) {
     while (reader.at < entry.end && !is_spent(dump.budget)) {
-        const uint8_t byte = reader.u8();
-        const auto high = static_cast<uint8_t>(byte & 0xC0);
-        const auto low = static_cast<uint8_t>(byte & 0x3F);
-        const uint8_t opcode = high != 0 ? high : low;
+        const instruction_t it = read_instruction(dump, reader);
         put_text(dump.run.out, "        ");
-        put_text(dump.run.out, dw_name(dw_cfa_names, opcode, true));
-        print_operands(dump, reader, entry, opcode, low);
+        put_text(dump.run.out, dw_name(dw_cfa_names, it.opcode, true));
+        print_operands(dump, entry, it);
         put_text(dump.run.out, "\n");
     }
     if (reader.at > entry.end) {

@@ -95,6 +95,31 @@ TEST(DwarfFrame, PrintsWhatIsCut) {
     EXPECT_EQ(dump.messages, "(650) byte 46\n(652) length 12\n(650) byte 15\n(656) length 14\n");
 }
 
+TEST(DwarfFrame, TellsOfAnInstructionBeforeItsLine) {
+    struct {
+        const char* messages;
+        const char* instruction;
+    } const cases[] = {
+        {"650 f no instruction\n661 1 size\n", "2E"},
+        {"632 f address size\n661 1 size\n",   "01"}
+    };
+    for (const auto& c : cases) {
+        const std::string file = elf_file({
+            small_abbrev,
+            {".debug_info",  bytes("0C000000 0200 00000000 03 01 00000000")                                  },
+            {".debug_frame", bytes("0C000000 FFFFFFFF 01 00 01 01 00 00" + std::string(c.instruction) + "00")}
+        });
+        const result_t result = run_program(
+            {
+                "-d", "-ielf", "--edf=messages", "a.elf"
+        },
+            {{"messages", c.messages}, {"a.elf", file}});
+        EXPECT_EQ(result.status, 1) << c.instruction;
+        const std::string end = "return col=0\n        DW_CFA_nop\n";
+        EXPECT_EQ(result.out.substr(result.out.size() - std::min(result.out.size(), end.size())), end);
+    }
+}
+
 TEST(DwarfFrame, SkipsBadEntries) {
     const dump_t dump = dump_section(".debug_frame", "06000000 FFFFFFFF 0100"
                                                      "08000000 00000000 00000000"
