@@ -237,8 +237,8 @@ void write_tree(eomf_writer_t& writer, text_t name) {
 
 bool eomf51_write_model(run_t& run, output_t& out, const omf_dialect_t& dialect, text_t name) {
     eomf_writer_t writer{
-        {run, out,               dialect},
-        {run, type_map_new(run), {}     },
+        {run, out, dialect,          name},
+        {run,   type_map_new(run),    {}},
     };
     writer.records.before_close = [&writer](bool pending) {
         write_source_name(writer);

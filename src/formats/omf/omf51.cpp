@@ -23,8 +23,8 @@ bool omf51_probe(run_t& run, input_t& in) {
 
 bool omf51_read(run_t& run, input_t& in, text_t) { return omf_read(run, in, dialect); }
 
-bool omf51_write(run_t& run, output_t& out, text_t) {
-    omf_writer_t writer{run, out, dialect};
+bool omf51_write(run_t& run, output_t& out, text_t name) {
+    omf_writer_t writer{run, out, dialect, name};
     write_plain(writer);
     return true;
 }

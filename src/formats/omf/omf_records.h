@@ -153,12 +153,14 @@ struct omf_writer_t {
     run_t& run;
     output_t& out;
     const omf_dialect_t& dialect;
+    text_t output; // name of the file, for messages
     // Called when a record is closed, and told whether one is pending: what has to stand in front of it goes out here.
     std::function<void(bool pending)> before_close = {};
     std::vector<uint8_t> record_buffer = {}; // body of the pending record
     uint8_t pending_type = 0;                // its type, 0 for none
     uint32_t low = 0, high = 0;              // code addresses that count as written: [low, high)
     std::optional<omf_block_index_t> block_index = {};
+    std::optional<uint64_t> content_left = {}; // image bytes that may still be written, again and again counted
 };
 
 // Bodies are put together in vectors: numbers low byte first, names with their length in front, cut at 255.
@@ -183,7 +185,8 @@ void omf_add_model_symbol(omf_writer_t& writer, omf_definition_t definition, con
 // The memory type whose name begins like that of the segment (index, 0 for none).
 uint8_t omf_memory_type(const model_t& model, uint32_t segment);
 
-// Brings the image bytes of [from, to) out, as far as they do not count as written yet.
+// Brings the image bytes of [from, to) out, as far as they do not count as written yet. What is written again and again
+// ends, behind message 413, when it is out of all proportion to the image.
 void write_content(omf_writer_t& writer, uint32_t from, uint32_t to);
 
 // The whole model as one module, file by file; nothing if there are no files.

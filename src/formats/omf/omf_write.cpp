@@ -8,11 +8,12 @@
 namespace tavrel {
 namespace {
 
-constexpr size_t entry_limit = 500;    // bytes of body beyond which no further entry joins a pending record
-constexpr size_t content_limit = 256;  // image bytes of a Content record
-constexpr size_t counted_limit = 255;  // characters that a length byte can tell
-constexpr uint8_t trn_id = 0xFF;       // of the Module header
-constexpr uint8_t register_mask = 0xF; // of the Module END
+constexpr size_t entry_limit = 500;          // bytes of body beyond which no further entry joins a pending record
+constexpr size_t content_limit = 256;        // image bytes of a Content record
+constexpr uint64_t content_room = 256 << 20; // image bytes of a file beyond four times the image
+constexpr size_t counted_limit = 255;        // characters that a length byte can tell
+constexpr uint8_t trn_id = 0xFF;             // of the Module header
+constexpr uint8_t register_mask = 0xF;       // of the Module END
 
 constexpr const char memory_letters[omf_segment_types] = {'C', 'X', 'D', 'I', 'B'};
 
@@ -102,6 +103,14 @@ void write_bytes(omf_writer_t& writer, uint32_t address, std::span<const uint8_t
         address += static_cast<uint32_t>(piece.size());
         bytes = bytes.subspan(piece.size());
     }
+}
+
+uint64_t image_size(const model_t& model) {
+    uint64_t size = 0;
+    for (const block_t* const block : model.blocks) {
+        size += block->size;
+    }
+    return size;
 }
 
 // Cuts [from, to) so that the written range stays one range.
@@ -252,6 +261,12 @@ uint8_t omf_memory_type(const model_t& model, uint32_t segment) {
 }
 
 void write_content(omf_writer_t& writer, uint32_t from, uint32_t to) {
+    if (!writer.content_left) {
+        writer.content_left = content_room + 4 * image_size(writer.run.model);
+    }
+    if (*writer.content_left == 0) {
+        return;
+    }
     cut_range(writer, from, to);
     if (to <= from) {
         return;
@@ -262,6 +277,12 @@ void write_content(omf_writer_t& writer, uint32_t from, uint32_t to) {
         const block_t& block = *writer.run.model.blocks[position];
         const uint32_t skipped = block.addr < from ? from - block.addr : 0;
         const uint32_t size = std::min(block.size - skipped, to - from);
+        if (size > *writer.content_left) {
+            writer.content_left = 0;
+            alert(writer.run, 413, writer.output);
+            return;
+        }
+        *writer.content_left -= size;
         write_bytes(writer, block.addr + skipped, {block.data + skipped, size});
     }
 }

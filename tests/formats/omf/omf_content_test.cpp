@@ -79,7 +79,7 @@ void compare_from_seed(uint32_t seed) {
     }
     const omf_dialect_t dialect = {"", "", {}, nullptr, 255, nullptr};
     output_t out;
-    omf_writer_t writer{run, out, dialect};
+    omf_writer_t writer{run, out, dialect, "out"};
     model_writer_t model{run.model.blocks};
     for (uint32_t k = below(12); k > 0; --k) {
         const uint32_t from = base + below(space);
