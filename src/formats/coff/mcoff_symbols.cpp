@@ -5,6 +5,8 @@
 // and no bits: locals are written as statics at the addresses that the machine gives them, and bit variables are
 // gathered into made-up structures, one for each byte. What the tree does not describe follows as plain labels.
 
+#include <algorithm>
+
 #include "debug/machine.h"
 #include "formats/coff/mcoff_write.h"
 
@@ -20,46 +22,35 @@ text_t shown_name(const run_t& run, text_t name) { return drop_underscore(name, 
 
 bool ends_in_bit(type_t type) { return type->base->kind == TP_BASE && type->base->value == ENC_BIT; }
 
-// The newest name as it stands, then the older ones.
-std::string whole_name(const run_t& run, const bit_var_t& bit) {
-    if (bit.newer.empty()) {
-        return std::string(bit.node->name);
+// A further name goes in front of those there were, at once: what follows may go by the node's name. Names grow to the
+// front within a buffer of their own.
+void join_name(run_t& run, bit_var_t& bit, text_t newer) {
+    const text_t older = shown_name(run, bit.node->name);
+    const size_t before = newer.size() + 1;
+    if (bit.first == nullptr || bit.room < before) {
+        const size_t size = 2 * (before + older.size());
+        char* const buffer = reinterpret_cast<char*>(tree_of(run).texts.bytes.take(size + 1));
+        buffer[size] = 0;
+        bit.room = size - older.size();
+        bit.first = buffer + bit.room;
+        std::copy(older.begin(), older.end(), bit.first);
+    } else {
+        bit.room += bit.node->name.size() - older.size();
+        bit.first += bit.node->name.size() - older.size();
     }
-    std::string name(bit.newer.back());
-    for (size_t k = bit.newer.size() - 1; k-- > 0;) {
-        name.append("/").append(shown_name(run, bit.newer[k]));
-    }
-    return name.append("/").append(shown_name(run, bit.node->name));
-}
-
-// Gives the node its whole name.
-void settle_name(run_t& run, bit_var_t& bit) {
-    if (!bit.newer.empty()) {
-        bit.node->name = tree_of(run).texts.add(whole_name(run, bit));
-        bit.newer.clear();
-    }
+    bit.first[-1] = '/';
+    bit.first -= before;
+    bit.room -= before;
+    std::copy(newer.begin(), newer.end(), bit.first);
+    bit.node->name = {bit.first, before + older.size()};
 }
 
 void add_bit_variable(mcoff_writer_t& writer, uint32_t address, dsym_t* node) {
-    run_t& run = writer.coff.run;
     bit_var_t* const known = hash_find(writer.bit_vars, address);
     if (known == nullptr) {
-        hash_insert(writer.bit_vars, address, {node, {}, node->name.size()});
-        return;
-    }
-    if (node->name.size() == known->length && node->name == whole_name(run, *known)) {
-        return;
-    }
-    const text_t front = known->newer.empty() ? known->node->name : known->newer.back();
-    known->length = node->name.size() + 1 + known->length - (front.size() - shown_name(run, front).size());
-    known->newer.push_back(node->name);
-}
-
-// The same for a function that counts as a bit variable: what follows goes by its name.
-void settle_name_of(mcoff_writer_t& writer, const dsym_t* node) {
-    bit_var_t* const bit = hash_find(writer.bit_vars, node->variable->location.value);
-    if (bit != nullptr && bit->node == node) {
-        settle_name(writer.coff.run, *bit);
+        hash_insert(writer.bit_vars, address, {node});
+    } else if (known->node != node && known->node->name != node->name) {
+        join_name(writer.coff.run, *known, node->name);
     }
 }
 
@@ -141,11 +132,10 @@ void add_bit_structures(mcoff_writer_t& writer) {
             add_bit_member(writer, "-", holder.position, bit - holder.position);
             holder.position = bit;
         }
-        bit_var_t& variable = *hash_find(writer.bit_vars, key);
-        settle_name(run, variable);
-        add_bit_member(writer, bit_member_name(run, *variable.node), holder.position, 1);
+        const dsym_t& variable = *hash_find(writer.bit_vars, key)->node;
+        add_bit_member(writer, bit_member_name(run, variable), holder.position, 1);
         holder.position += 1;
-        mark_described(run, variable.node->name);
+        mark_described(run, variable.name);
     }
     if (holder.number != 0) {
         close_holder(writer, holder);
@@ -281,9 +271,7 @@ void add_function(mcoff_writer_t& writer, dsym_t* scope, uint32_t position) {
     dsym_t* const node = scope->scope->members[position];
     dsym_t* const function = node->scope->func;
     if (function != nullptr) {
-        settle_name_of(writer, function);
         add_function_symbol(writer, scope, position, function);
-        settle_name_of(writer, function);
     }
     coff.coff_functions.push_back(node);
     if (function != nullptr) {

@@ -7,11 +7,11 @@
 
 namespace tavrel {
 
-// A bit variable, by its bit address. A further name of the same bit goes in front of those there were.
+// A bit variable, by its bit address. Its node's name collects the further names of the same bit.
 struct bit_var_t {
     dsym_t* node = nullptr;
-    std::vector<text_t> newer; // names that came after the node's own, which joins them once it is needed
-    size_t length = 0;         // of the whole name
+    char* first = nullptr; // of the name once it was joined, in the run's memory
+    size_t room = 0;       // bytes free in front of that
 };
 
 struct mcoff_writer_t {

@@ -301,6 +301,23 @@ TEST(McoffWrite, BitVariablesAreGatheredByByte) {
               "12 .u1 10 1\n14 d 18 1\n16 .eos 102 1\n18 _PORTbits 2 1\n20 b 6 0\n21 c 6 0\n22 PORT 6 0\n");
 }
 
+// A function that returns a bit counts as a bit at its own address. Once another bit's name joins its own, its end
+// label is no longer found; before that it is.
+TEST(McoffWrite, JoinedNamesCountAtOnce) {
+    program_t program;
+    program.sym = "_f 10 0 CODE\n_g 20 0 CODE\n_bit 10 0 RAM\n__end_of_f 18 0 CODE\n__end_of_g 28 0 CODE\n" +
+                  code_and_ram + "%locals\nm.obj\n";
+    program.sdb = "[p GLOBOPT PIC14 ]\n"
+                  "[v _f `(b 1 e 0 0 ]\n{\n[v _bit `b 1 e 0 0 ]\n}\n0 0 0 0\n"
+                  "[v _g `(b 1 e 0 0 ]\n{\n}\n0 0 0 0\n";
+    const read_coff_t file = mcoff_of(program);
+    ASSERT_TRUE(symbol_list(file).starts_with("0 .bf 101 1\n2 .bb 100 1\n4 .eb 100 1\n6 .ef 101 1\n"
+                                              "8 .bf 101 1\n10 .bb 100 1\n12 .eb 100 1\n14 .ef 101 1\n"));
+    EXPECT_EQ(file.at(6)->value, 0x10U);
+    EXPECT_EQ(file.at(14)->value, 0x27U);
+    EXPECT_NE(file.find("_bit/_f"), nullptr);
+}
+
 TEST(McoffWrite, VariablesWithoutPlaceOrType) {
     program_t program;
     program.sym = "typeless 20 0 RAM\nhere 21 0 RAM\n" + code_and_ram + "%locals\nm.obj\n";
