@@ -16,8 +16,6 @@ uint32_t digit_at(text_t text, size_t at) {
     return folded >= 'a' && folded <= 'f' ? static_cast<uint32_t>(folded - 'a' + 10) : no_digit;
 }
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 } // namespace
 
 bool scan_number(text_t text, uint32_t base, uint32_t& value) {

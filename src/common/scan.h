@@ -11,4 +11,7 @@ namespace tavrel {
 // looked at. A number too large gives 0xFFFFFFFF. False, and `value` as it was, if no number stands there.
 bool scan_number(text_t text, uint32_t base, uint32_t& value);
 
+// White space as the C library's isspace has it.
+inline bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
 } // namespace tavrel

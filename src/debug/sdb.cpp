@@ -31,7 +31,6 @@ struct sdb_reader_t {
     uint32_t depth = 0; // blocks open, the module counted
 };
 
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 bool is_letter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 bool is_line_end(char c) { return c == '\n' || c == '\r'; }

@@ -329,4 +329,10 @@ uint32_t hex_byte(text_t text, size_t at) {
 
 uint32_t hex_word(text_t text, size_t at) { return hex_byte(text, at) * 256 + hex_byte(text, at + 2); }
 
+void put_hex_byte(std::string& out, uint32_t byte) {
+    constexpr const char* digits = "0123456789ABCDEF";
+    out.push_back(digits[byte >> 4 & 15]);
+    out.push_back(digits[byte & 15]);
+}
+
 } // namespace tavrel

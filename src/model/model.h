@@ -198,5 +198,7 @@ text_t drop_underscore(text_t name, bool strip);
 uint32_t hex_digit(text_t text, size_t at);
 uint32_t hex_byte(text_t text, size_t at);
 uint32_t hex_word(text_t text, size_t at);
+// Appends the low 8 bits as two digits, in upper case.
+void put_hex_byte(std::string& out, uint32_t byte);
 
 } // namespace tavrel

@@ -8,6 +8,8 @@
 
 #include <algorithm>
 
+#include "common/scan.h"
+
 namespace tavrel {
 namespace {
 
@@ -46,8 +48,6 @@ struct ihex_reader_t {
     uint32_t data_base = 0;
     uint32_t start_base = 0;
 };
-
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 text_t drop_trailing_space(text_t line) {
     while (!line.empty() && is_space(line.back())) {
@@ -130,12 +130,6 @@ bool ihex_read(run_t& run, input_t& in, text_t name) {
 
 // ---- writing
 
-void put_hex(std::string& out, uint32_t byte) {
-    constexpr const char* digits = "0123456789ABCDEF";
-    out.push_back(digits[byte >> 4 & 15]);
-    out.push_back(digits[byte & 15]);
-}
-
 void write_extended_address(std::string& out, uint32_t upper) {
     const uint32_t sum = 2 + 4 + (upper >> 8) + (upper & 0xFF);
     print(out, ":02000004%4.4X%2.2X\n", upper, (0 - sum) & 0xFF);
@@ -144,15 +138,15 @@ void write_extended_address(std::string& out, uint32_t upper) {
 void write_record(std::string& out, uint32_t address, const uint8_t* bytes, uint32_t count) {
     uint32_t sum = count + (address >> 8 & 0xFF) + (address & 0xFF);
     out.push_back(':');
-    put_hex(out, count);
-    put_hex(out, address >> 8);
-    put_hex(out, address);
-    put_hex(out, REC_DATA);
+    put_hex_byte(out, count);
+    put_hex_byte(out, address >> 8);
+    put_hex_byte(out, address);
+    put_hex_byte(out, REC_DATA);
     for (uint32_t k = 0; k < count; ++k) {
-        put_hex(out, bytes[k]);
+        put_hex_byte(out, bytes[k]);
         sum += bytes[k];
     }
-    put_hex(out, 0 - sum);
+    put_hex_byte(out, 0 - sum);
     out.push_back('\n');
 }
 

@@ -5,13 +5,13 @@
 
 #include <algorithm>
 
+#include "common/scan.h"
+
 namespace tavrel {
 namespace {
 
 constexpr size_t line_limit = 511;
 constexpr uint32_t bytes_per_record = 16;
-
-bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -81,28 +81,22 @@ bool s19_read(run_t& run, input_t& in, text_t) {
 
 // ---- writing
 
-void put_hex(std::string& out, uint32_t byte) {
-    constexpr const char* digits = "0123456789ABCDEF";
-    out.push_back(digits[byte >> 4 & 15]);
-    out.push_back(digits[byte & 15]);
-}
-
 // The record type follows from the record's own address, so one file may mix them.
 void write_record(std::string& out, uint32_t address, const uint8_t* bytes, uint32_t count) {
     const uint32_t width = address < 0x10000 ? 2 : address < 0x1000000 ? 3 : 4;
     uint32_t sum = count + width + 1;
     out.push_back('S');
     out.push_back(static_cast<char>('1' + width - 2));
-    put_hex(out, sum);
+    put_hex_byte(out, sum);
     for (uint32_t shift = 8 * width; shift > 0; shift -= 8) {
-        put_hex(out, address >> (shift - 8));
+        put_hex_byte(out, address >> (shift - 8));
         sum += address >> (shift - 8) & 0xFF;
     }
     for (uint32_t k = 0; k < count; ++k) {
-        put_hex(out, bytes[k]);
+        put_hex_byte(out, bytes[k]);
         sum += bytes[k];
     }
-    put_hex(out, ~sum);
+    put_hex_byte(out, ~sum);
     out.push_back('\n');
 }
 
